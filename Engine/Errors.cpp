@@ -1,0 +1,14 @@
+#include "Errors.h"
+
+const char *VelloranError::what() const noexcept
+{
+    m_what = errorDescription().toUtf8();
+    return m_what.constData();
+}
+
+QString errorDescription(const std::exception &error)
+{
+    if (const auto *own = dynamic_cast<const VelloranError *>(&error))
+        return own->errorDescription();
+    return QString::fromUtf8(error.what());
+}

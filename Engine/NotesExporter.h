@@ -1,0 +1,91 @@
+#pragma once
+
+#include "Errors.h"
+
+#include <QList>
+#include <QSet>
+#include <QString>
+#include <QStringList>
+#include <QUrl>
+
+#include <functional>
+#include <optional>
+#include <utility>
+
+/// Reading notes out of Apple Notes and writing them as Markdown files.
+///
+/// Every exchange with Notes is an AppleScript program run through osascript (see NotesExporter_p.h for
+/// the runner and the programs). The operations here block the calling thread; the export controller
+/// calls them from background tasks.
+namespace NotesExporter {
+
+/// One note read from Notes: its folder's name, its name ("(untitled)" when Notes could not give it),
+/// and its HTML body as Notes gives it.
+struct NoteRecord
+{
+    QString folder;
+    QString name;
+    QString html;
+
+    friend bool operator==(const NoteRecord &, const NoteRecord &) = default;
+};
+
+/// A failure of the read side's script runner.
+class ExportError : public VelloranError
+{
+public:
+    enum class Kind { scriptFailed, destinationNotWritable };
+
+    /// The script runner exited with a non-zero status; `message` is its trimmed standard error.
+    static ExportError scriptFailed(QString message) { return ExportError(Kind::scriptFailed, std::move(message)); }
+    /// Kept as part of the type: no operation raises it (the writer reports an unwritable destination in
+    /// its result instead).
+    static ExportError destinationNotWritable(QString message)
+    {
+        return ExportError(Kind::destinationNotWritable, std::move(message));
+    }
+
+    Kind kind() const { return m_kind; }
+    QString message() const { return m_message; }
+    QString errorDescription() const override;
+
+private:
+    ExportError(Kind kind, QString message)
+        : m_kind(kind)
+        , m_message(std::move(message))
+    {
+    }
+    Kind m_kind;
+    QString m_message;
+};
+
+/// The outcome of one export run.
+struct Result
+{
+    qint64 written = 0;
+    /// One (note name or "(destination)", reason) pair per note that was not written.
+    QList<std::pair<QString, QString>> failed;
+    /// The (sanitised) names of the subfolders that notes were placed in.
+    QSet<QString> folders;
+};
+
+/// Called before each note with i/n and the note's name, and once at the end with 1.0 and "".
+using ProgressCallback = std::function<void(double fraction, const QString &noteName)>;
+
+/// The names of the Notes folders, sorted locale-aware and case-insensitively (stable; duplicates kept).
+/// Throws ExportError, FileSystemError or LaunchError.
+QStringList listFolders();
+
+/// Every note of the named folders, in folder order. No list, or an empty one, means all folders.
+/// Folders that fail are skipped silently as long as one folder was read; when every folder fails, the
+/// last folder's error is thrown.
+QList<NoteRecord> readNotes(const std::optional<QStringList> &folders = std::nullopt);
+
+/// Converts each record's body to Markdown and writes one .md file per note into `to`, one subfolder per
+/// Notes folder, never overwriting a file. Never throws: every problem is an entry of Result::failed.
+Result exportNotes(const QList<NoteRecord> &notes, const QUrl &to, const ProgressCallback &progress = {});
+
+/// A text safe as one file or folder name; may be empty.
+QString sanitizeFilename(const QString &name);
+
+} // namespace NotesExporter
