@@ -22,8 +22,7 @@ class FileSystemError : public VelloranError
 public:
     explicit FileSystemError(QString systemText)
         : m_text(std::move(systemText))
-    {
-    }
+    { }
     QString errorDescription() const override { return m_text; }
 
 private:
@@ -36,8 +35,7 @@ class LaunchError : public VelloranError
 public:
     explicit LaunchError(QString systemText)
         : m_text(std::move(systemText))
-    {
-    }
+    { }
     QString errorDescription() const override { return m_text; }
 
 private:

@@ -16,8 +16,7 @@ struct Regex::Private
 namespace {
 
 /// Runs `body` with a matcher over `text`, which ICU reads in place through a UText.
-template<typename Body>
-void withMatcher(const icu::RegexPattern &pattern, QStringView text, Body body)
+template<typename Body> void withMatcher(const icu::RegexPattern &pattern, QStringView text, Body body)
 {
     UErrorCode status = U_ZERO_ERROR;
     UText input = UTEXT_INITIALIZER;
@@ -108,8 +107,8 @@ QString Regex::replaceAll(QStringView text, const QString &replacementTemplate) 
     QString result;
     withMatcher(*d->compiled, text, [&](icu::RegexMatcher &matcher) {
         UErrorCode status = U_ZERO_ERROR;
-        const icu::UnicodeString replacement(reinterpret_cast<const UChar *>(replacementTemplate.utf16()),
-                                             int32_t(replacementTemplate.size()));
+        const icu::UnicodeString replacement(
+            reinterpret_cast<const UChar *>(replacementTemplate.utf16()), int32_t(replacementTemplate.size()));
         const icu::UnicodeString replaced = matcher.replaceAll(replacement, status);
         if (U_SUCCESS(status))
             result = QString(reinterpret_cast<const QChar *>(replaced.getBuffer()), replaced.length());

@@ -29,8 +29,7 @@ bool isWhitespaceOrNewline(char16_t c)
 
 namespace {
 
-template<typename Pred>
-QStringView trimWith(QStringView text, Pred isTrimmed)
+template<typename Pred> QStringView trimWith(QStringView text, Pred isTrimmed)
 {
     qsizetype begin = 0;
     qsizetype end = text.size();
@@ -53,8 +52,7 @@ int hexValue(char c)
 }
 
 /// Calls `visit(start, end)` for each grapheme cluster of `text`.
-template<typename Visit>
-void forEachGrapheme(QStringView text, Visit visit)
+template<typename Visit> void forEachGrapheme(QStringView text, Visit visit)
 {
     if (text.isEmpty())
         return;
@@ -153,7 +151,8 @@ std::optional<QString> percentDecodeStrict(QStringView text)
         i += 2;
     }
     // A decoded byte-order mark is text like any other: keep it.
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
+    QStringDecoder decoder(
+        QStringDecoder::Utf8, QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
     QString decoded = decoder.decode(bytes);
     if (decoder.hasError())
         return std::nullopt;

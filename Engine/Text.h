@@ -41,11 +41,10 @@ bool localizedCaseInsensitiveLess(QStringView a, QStringView b);
 
 /// Sorts `list` stably by the locale-aware, case-insensitive order of `key(item)`: items whose keys
 /// compare equal keep their order.
-template<typename T, typename KeyFn>
-void stableSortLocalized(QList<T> &list, KeyFn key)
+template<typename T, typename KeyFn> void stableSortLocalized(QList<T> &list, KeyFn key)
 {
-    std::stable_sort(list.begin(), list.end(),
-                     [&](const T &a, const T &b) { return localizedCaseInsensitiveLess(key(a), key(b)); });
+    std::stable_sort(
+        list.begin(), list.end(), [&](const T &a, const T &b) { return localizedCaseInsensitiveLess(key(a), key(b)); });
 }
 
 } // namespace Text

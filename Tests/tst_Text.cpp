@@ -188,9 +188,9 @@ private slots:
         QVERIFY(!Text::localizedCaseInsensitiveLess(u"Banana", u"apple"));
         QVERIFY(!Text::localizedCaseInsensitiveLess(u"b", u"B"));
         QVERIFY(!Text::localizedCaseInsensitiveLess(u"B", u"b"));
-        QStringList names{u"beta"_s, u"Alpha"_s, u"alpha"_s};
+        QStringList names { u"beta"_s, u"Alpha"_s, u"alpha"_s };
         Text::stableSortLocalized(names, [](const QString &s) { return QStringView(s); });
-        QCOMPARE(names, (QStringList{u"Alpha"_s, u"alpha"_s, u"beta"_s}));
+        QCOMPARE(names, (QStringList { u"Alpha"_s, u"alpha"_s, u"beta"_s }));
     }
 };
 

@@ -1,0 +1,355 @@
+#include "MarkdownLite.h"
+#include "MarkdownLite_p.h"
+
+#include "Regex.h"
+#include "Text.h"
+
+using namespace Qt::StringLiterals;
+
+namespace MarkdownLite {
+
+namespace {
+
+// The fixed HTML of a note body. Notes keeps only inline styling, so every size and face is spelled out.
+const QString horizontalRule = u"<div>━━━━━━━━━━</div>"_s;
+const QString headingStart = u"<div><b><span style=\"font-size:"_s;
+const QString headingEnd = u"</span></b></div>"_s;
+const QString tableStart = u"<table cellspacing=\"0\" style=\"border-collapse:collapse\">"_s;
+const QString cellStyle = u" style=\"border:1px solid #ccc;padding:3px 6px\">"_s;
+const QString codeBlockStart = u"<pre style=\"font-family:Menlo,monospace\">"_s;
+const QString codeBlockEnd = u"</pre>"_s;
+const QString quoteStart = u"<div>┃ <i>"_s;
+const QString quoteEnd = u"</i></div>"_s;
+const QString blankLine = u"<div><br></div>"_s;
+const QString openTaskBox = u"☐ "_s;
+const QString doneTaskBox = u"☑ "_s;
+const QString imagePlaceholderStart = u"📎 <i>[image: "_s;
+const QString imagePlaceholderEnd = u"]</i>"_s;
+
+const QString codeFence = u"```"_s;
+
+/// Escapes the five HTML-special characters in one pass. Replacing "&" first and then the others in
+/// turn gives the same text, in whatever order the others come.
+QString escapeHtml(QStringView text)
+{
+    QString out;
+    out.reserve(text.size() + text.size() / 8);
+    for (const QChar c : text) {
+        switch (c.unicode()) {
+        case u'&':
+            out += u"&amp;";
+            break;
+        case u'<':
+            out += u"&lt;";
+            break;
+        case u'>':
+            out += u"&gt;";
+            break;
+        case u'"':
+            out += u"&quot;";
+            break;
+        case u'\'':
+            out += u"&#39;";
+            break;
+        default:
+            out += c;
+        }
+    }
+    return out;
+}
+
+QString lastPathComponentOf(const QString &target)
+{
+    return target.mid(target.lastIndexOf(u'/') + 1);
+}
+
+} // namespace
+
+QString escape(QStringView text)
+{
+    return escapeHtml(text);
+}
+
+QString replace(const QString &text, const QString &pattern, int groups, const Transform &transform)
+{
+    const Regex &regex = Regex::cached(pattern);
+    if (!regex.isValid())
+        return text;
+    const QList<Regex::Match> found = regex.matches(text);
+    if (found.isEmpty())
+        return text;
+
+    // Visit the matches from the last to the first, as a replacement in place would, so that the
+    // transform sees them in that order (it may record what it sees). The result is then assembled
+    // front to back in one pass, which keeps long texts with many matches linear.
+    QList<std::optional<QString>> replacements(found.size());
+    for (qsizetype m = found.size() - 1; m >= 0; --m) {
+        QStringList collected;
+        for (int g = 1; g <= groups; ++g) {
+            if (found[m].hasGroup(g))
+                collected.append(found[m].group(text, g).toString());
+        }
+        if (collected.size() == groups)
+            replacements[m] = transform(collected);
+    }
+
+    QString out;
+    out.reserve(text.size());
+    qsizetype position = 0;
+    for (qsizetype m = 0; m < found.size(); ++m) {
+        if (!replacements[m])
+            continue;
+        out += QStringView(text).sliced(position, found[m].start - position);
+        out += *replacements[m];
+        position = found[m].end;
+    }
+    out += QStringView(text).sliced(position);
+    return out;
+}
+
+QString replace(const QString &text, const QString &pattern, const Transform &transform)
+{
+    return replace(text, pattern, 1, transform);
+}
+
+QString regexSub(const QString &text, const QString &pattern, const QString &replacementTemplate)
+{
+    return Regex::cached(pattern).replaceAll(text, replacementTemplate);
+}
+
+QString sanitizeHref(const QString &url)
+{
+    const QStringView t = Text::trimHorizontal(url);
+    const QString lower = t.toString().toLower();
+    if (!lower.startsWith(u"http://") && !lower.startsWith(u"https://") && !lower.startsWith(u"mailto:"))
+        return {};
+    // The text was escaped once already; escaping again here is what puts "&amp;amp;" into the note.
+    return escapeHtml(t);
+}
+
+QString inlineHtml(const QString &text, QStringList &images)
+{
+    QString s = escapeHtml(text);
+
+    s = replace(s, uR"(!\[\[([^\]|]+?)(?:\|[^\]]*)?\]\])"_s, [&images](const QStringList &g) {
+        images.append(g[0]);
+        return imagePlaceholderStart + g[0] + imagePlaceholderEnd;
+    });
+    s = replace(s, uR"(!\[[^\]]*\]\(([^)]+)\))"_s, [&images](const QStringList &g) {
+        images.append(g[0]);
+        return imagePlaceholderStart + lastPathComponentOf(g[0]) + imagePlaceholderEnd;
+    });
+    s = replace(
+        s, uR"(\[\[([^\]|]+?)\|([^\]]+?)\]\])"_s, 2, [](const QStringList &g) { return u"<u>"_s + g[1] + u"</u>"_s; });
+    s = replace(s, uR"(\[\[([^\]|]+?)\]\])"_s, [](const QStringList &g) { return u"<u>"_s + g[0] + u"</u>"_s; });
+    s = replace(s, uR"(\[([^\]]+)\]\(([^)]+)\))"_s, 2, [](const QStringList &g) {
+        const QString href = sanitizeHref(g[1]);
+        if (href.isEmpty())
+            return g[0];
+        return u"<a href=\""_s + href + u"\">"_s + g[0] + u"</a>"_s;
+    });
+    s = regexSub(s, uR"(\*\*\*(.+?)\*\*\*)"_s, u"<b><i>$1</i></b>"_s);
+    s = regexSub(s, uR"(\*\*(.+?)\*\*)"_s, u"<b>$1</b>"_s);
+    s = regexSub(s, uR"((?<![\w*])\*([^*\n]+?)\*(?![\w*]))"_s, u"<i>$1</i>"_s);
+    s = regexSub(s, uR"(~~(.+?)~~)"_s, u"<strike>$1</strike>"_s);
+    s = regexSub(s, uR"(`([^`]+)`)"_s, u"<font face=\"Menlo\">$1</font>"_s);
+    return s;
+}
+
+std::optional<int> headingLevel(QStringView t)
+{
+    if (!t.startsWith(u'#'))
+        return std::nullopt;
+    qsizetype n = 0;
+    while (n < t.size() && t[n] == u'#')
+        ++n;
+    if (n <= 6 && t.size() > n && t[n] == u' ')
+        return int(n);
+    return std::nullopt;
+}
+
+int leadingIndent(QStringView line)
+{
+    int indent = 0;
+    for (const QChar c : line) {
+        if (c == u' ')
+            indent += 1;
+        else if (c == u'\t')
+            indent += 4;
+        else
+            break;
+    }
+    return indent;
+}
+
+QStringList splitTableRow(QStringView row)
+{
+    QStringList cells;
+    QString current;
+    bool escaped = false;
+    for (const QChar c : row) {
+        if (escaped) {
+            if (c != u'|')
+                current += u'\\';
+            current += c;
+            escaped = false;
+        } else if (c == u'\\') {
+            escaped = true;
+        } else if (c == u'|') {
+            cells.append(current);
+            current.clear();
+        } else {
+            current += c;
+        }
+    }
+    if (escaped)
+        current += u'\\';
+    cells.append(current);
+    return cells;
+}
+
+bool isTableSeparator(const QStringList &cells)
+{
+    for (const QString &cell : cells) {
+        if (cell.isEmpty() || !cell.contains(u'-'))
+            return false;
+        for (const QChar c : cell) {
+            if (c != u'-' && c != u':' && c != u' ')
+                return false;
+        }
+    }
+    return true;
+}
+
+std::pair<QString, QString> splitTaskMarker(const QString &text)
+{
+    QStringView s(text);
+    while (s.startsWith(u' '))
+        s = s.sliced(1);
+    const auto rest = [&s] { return Text::trimHorizontal(s.sliced(3)).toString(); };
+    if (s.startsWith(u"[ ] ") || s == u"[ ]")
+        return { openTaskBox, rest() };
+    if (s.startsWith(u"[x] ") || s.startsWith(u"[X] ") || s == u"[x]" || s == u"[X]")
+        return { doneTaskBox, rest() };
+    return { QString(), text };
+}
+
+std::optional<std::pair<QString, QString>> listItem(const QString &t)
+{
+    if (t.startsWith(u"- ") || t.startsWith(u"* ") || t.startsWith(u"+ "))
+        return std::pair(u"ul"_s, t.mid(2));
+    static const Regex numbered(uR"(^\d+\. )"_s);
+    if (const std::optional<Regex::Match> match = numbered.firstMatch(t))
+        return std::pair(u"ol"_s, t.mid(match->end));
+    return std::nullopt;
+}
+
+void closeLists(QList<std::pair<QString, int>> &stack, QStringList &fragments)
+{
+    while (!stack.isEmpty())
+        fragments.append(u"</"_s + stack.takeLast().first + u'>');
+}
+
+Output convert(const QString &markdown)
+{
+    const QStringList lines = markdown.split(u'\n');
+    QStringList fragments;
+    QList<std::pair<QString, int>> lists;
+    QStringList images;
+
+    qsizetype i = 0;
+    while (i < lines.size()) {
+        const QString &line = lines[i];
+        const QString t = Text::trimHorizontal(line).toString();
+
+        if (t.startsWith(codeFence)) {
+            closeLists(lists, fragments);
+            QStringList code;
+            qsizetype j = i + 1;
+            while (j < lines.size() && !Text::trimHorizontal(lines[j]).startsWith(codeFence))
+                code.append(escapeHtml(lines[j++]));
+            fragments.append(codeBlockStart + code.join(u'\n') + codeBlockEnd);
+            i = j + 1; // after the closing fence, or past the end
+            continue;
+        }
+
+        if (t.startsWith(u'|') && t.endsWith(u'|')) {
+            closeLists(lists, fragments);
+            QList<QStringList> rows;
+            qsizetype j = i;
+            for (qsizetype k = 0; j < lines.size(); ++j, ++k) {
+                const QStringView row = Text::trimHorizontal(lines[j]);
+                if (k > 0 && !row.startsWith(u'|'))
+                    break;
+                // The first and the last character go, whatever the last one is.
+                QStringList cells = splitTableRow(row.size() >= 2 ? row.sliced(1, row.size() - 2) : QStringView());
+                for (QString &cell : cells)
+                    cell = Text::trimHorizontal(cell).toString();
+                if (k == 1 && !cells.isEmpty() && isTableSeparator(cells))
+                    continue;
+                rows.append(cells);
+            }
+            QString html = tableStart;
+            for (qsizetype r = 0; r < rows.size(); ++r) {
+                const QString cellTag = r == 0 ? u"th"_s : u"td"_s;
+                html += u"<tr>";
+                for (const QString &cell : std::as_const(rows[r]))
+                    html += u'<' + cellTag + cellStyle + inlineHtml(cell, images) + u"</"_s + cellTag + u'>';
+                html += u"</tr>";
+            }
+            html += u"</table>";
+            fragments.append(html);
+            i = j;
+            continue;
+        }
+
+        if (const std::optional<int> level = headingLevel(t)) {
+            closeLists(lists, fragments);
+            int size = 24 - 4 * (*level - 1); // 24, 20, 16, then 14 for every smaller heading
+            if (size < 15)
+                size = 14;
+            fragments.append(
+                headingStart + QString::number(size) + u"px\">"_s + inlineHtml(t.mid(*level + 1), images) + headingEnd);
+            ++i;
+            continue;
+        }
+
+        if (const auto item = listItem(t)) {
+            const auto &[tag, itemText] = *item;
+            const int indent = leadingIndent(line);
+            while (!lists.isEmpty() && lists.last().second > indent)
+                fragments.append(u"</"_s + lists.takeLast().first + u'>');
+            if (lists.isEmpty() || lists.last().second < indent) {
+                lists.append({ tag, indent });
+                fragments.append(u'<' + tag + u'>');
+            } else if (lists.last().first != tag) {
+                fragments.append(u"</"_s + lists.takeLast().first + u'>');
+                lists.append({ tag, indent });
+                fragments.append(u'<' + tag + u'>');
+            }
+            const auto [checkbox, rest] = splitTaskMarker(itemText);
+            fragments.append(u"<li>"_s + checkbox + inlineHtml(rest, images) + u"</li>"_s);
+            ++i;
+            continue;
+        }
+
+        closeLists(lists, fragments);
+        if (t.startsWith(u'>')) {
+            QStringView quoted(t);
+            while (quoted.startsWith(u'>') || quoted.startsWith(u' '))
+                quoted = quoted.sliced(1);
+            fragments.append(quoteStart + inlineHtml(quoted.toString(), images) + quoteEnd);
+        } else if (t == u"---" || t == u"***") {
+            fragments.append(horizontalRule);
+        } else if (t.isEmpty()) {
+            fragments.append(blankLine);
+        } else {
+            fragments.append(u"<div>"_s + inlineHtml(t, images) + u"</div>"_s);
+        }
+        ++i;
+    }
+    closeLists(lists, fragments);
+    return { fragments.join(u'\n'), images };
+}
+
+} // namespace MarkdownLite

@@ -1,0 +1,70 @@
+#pragma once
+
+// Small helpers shared by the tests: building folders of files, hashing trees, running the CLI.
+
+#include <QByteArray>
+#include <QCryptographicHash>
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QMap>
+#include <QProcess>
+#include <QString>
+#include <QTest>
+
+namespace TestUtil {
+
+/// Writes `bytes` to `root`/`relativePath`, creating folders as needed.
+inline void writeFile(const QString &root, const QString &relativePath, const QByteArray &bytes)
+{
+    const QString path = root + u'/' + relativePath;
+    QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+    QFile file(path);
+    QVERIFY2(file.open(QIODevice::WriteOnly), qPrintable(path));
+    QCOMPARE(file.write(bytes), bytes.size());
+}
+
+inline void makeDir(const QString &root, const QString &relativePath)
+{
+    QVERIFY(QDir().mkpath(root + u'/' + relativePath));
+}
+
+/// Every regular file below `root` (hidden ones included) by relative path, with its SHA-256.
+inline QMap<QString, QByteArray> hashTree(const QString &root)
+{
+    QMap<QString, QByteArray> hashes;
+    QDirIterator it(root, QDir::Files | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        QFile file(path);
+        if (!file.open(QIODevice::ReadOnly))
+            continue;
+        hashes.insert(
+            QDir(root).relativeFilePath(path), QCryptographicHash::hash(file.readAll(), QCryptographicHash::Sha256));
+    }
+    return hashes;
+}
+
+struct CliResult
+{
+    int exitCode = -1;
+    QByteArray out;
+    QByteArray err;
+};
+
+/// Runs the built velloran-cli with `arguments`, feeding `input` on standard input.
+inline CliResult runCli(const QStringList &arguments, const QByteArray &input = {})
+{
+    QProcess process;
+    process.start(QStringLiteral(VELLORAN_CLI), arguments);
+    if (!process.waitForStarted())
+        return {};
+    process.write(input);
+    process.closeWriteChannel();
+    process.waitForFinished(300000);
+    return { process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1, process.readAllStandardOutput(),
+        process.readAllStandardError() };
+}
+
+} // namespace TestUtil

@@ -1,0 +1,193 @@
+// Tests of velloran-cli's analyze and render commands: output, JSON shape and exit statuses.
+
+#include "TestUtil.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using TestUtil::runCli;
+
+namespace {
+const QString exampleVault = QStringLiteral(VELLORAN_SOURCE_DIR "/examples/vault");
+}
+
+class tst_MigrationCli : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void analyzePlain()
+    {
+        const TestUtil::CliResult r = runCli({ u"analyze"_s, exampleVault });
+        QCOMPARE(r.exitCode, 0);
+        QCOMPARE(QString::fromUtf8(r.out),
+            u"vault\n"
+            "Here's what Velloran found:\n"
+            "12 notes     will be created in Apple Notes\n"
+            "4 folders    recreated inside “Imported by Velloran”\n"
+            "4 images     attached · 3 missing on disk (listed in the report)\n"
+            "7 wikilinks  become styled text references (Notes has no API for note-to-note links)\n"
+            "Tables       preserved as real Notes tables\n"_s);
+        QVERIFY(r.err.isEmpty());
+    }
+
+    void analyzePlainWithoutTablesOrMissingImages()
+    {
+        QTemporaryDir dir;
+        TestUtil::writeFile(dir.path(), u"only.md"_s, "![[a.png]]");
+        TestUtil::writeFile(dir.path(), u"a.png"_s, "png");
+        const TestUtil::CliResult r = runCli({ u"analyze"_s, dir.path() });
+        QCOMPARE(r.exitCode, 0);
+        const QStringList lines = QString::fromUtf8(r.out).split(u'\n');
+        QCOMPARE(lines.size(), 7); // name, heading, four rows, and the empty piece after the last newline
+        QCOMPARE(lines[4], u"1 images     attached to their notes"_s);
+        QCOMPARE(lines[5], u"0 wikilinks  become styled text references (Notes has no API for note-to-note links)"_s);
+    }
+
+    void analyzeJson()
+    {
+        const TestUtil::CliResult r = runCli({ u"analyze"_s, u"--json"_s, exampleVault });
+        QCOMPARE(r.exitCode, 0);
+        QJsonParseError error;
+        const QJsonObject root = QJsonDocument::fromJson(r.out, &error).object();
+        QCOMPARE(error.error, QJsonParseError::NoError);
+        QCOMPARE(
+            root.keys(), (QStringList { u"attachmentsMissing"_s, u"attachmentsResolved"_s, u"folders"_s, u"notes"_s }));
+        QCOMPARE(root[u"attachmentsResolved"_s].toInteger(), 4);
+        QCOMPARE(root[u"attachmentsMissing"_s].toInteger(), 3);
+        QCOMPARE(root[u"folders"_s].toArray(),
+            QJsonArray({ u"Journal"_s, u"Projects"_s, u"Projects/2024/Q1"_s, u"Reference"_s }));
+        const QJsonArray notes = root[u"notes"_s].toArray();
+        QCOMPARE(notes.size(), 12);
+        QStringList titles;
+        for (const QJsonValue &note : notes)
+            titles.append(note[u"title"_s].toString());
+        QCOMPARE(titles,
+            (QStringList { u"2024-01-15"_s, u"2024-01-16"_s, u"Ideas"_s, u"Inbox"_s, u"Launch plan"_s,
+                u"Markdown cheatsheet"_s, u"Projects Overview"_s, u"Reading list"_s, u"Recipes"_s, u"Retro"_s,
+                u"Roadmap"_s, u"Welcome"_s }));
+        const QJsonObject launch = notes[4].toObject();
+        QCOMPARE(launch[u"path"_s].toString(), u"Projects/2024/Q1/Launch plan.md"_s);
+        QCOMPARE(launch[u"relativeFolder"_s].toArray(), QJsonArray({ u"Projects"_s, u"2024"_s, u"Q1"_s }));
+        QCOMPARE(launch[u"imageRefs"_s].toArray(), QJsonArray({ u"missing-chart.png"_s }));
+        QCOMPARE(launch[u"wikilinks"_s].toArray(), QJsonArray());
+        QCOMPARE(launch[u"hasTables"_s].toBool(), true);
+        QCOMPARE(launch[u"hasTasks"_s].toBool(), false);
+        QCOMPARE(launch[u"frontmatterStripped"_s].toBool(), false);
+        const QJsonObject welcome = notes[11].toObject();
+        QCOMPARE(welcome[u"path"_s].toString(), u"Welcome.md"_s);
+        QCOMPARE(welcome[u"relativeFolder"_s].toArray(), QJsonArray());
+        QCOMPARE(welcome[u"wikilinks"_s].toArray(), QJsonArray({ u"Projects Overview"_s, u"Reading list"_s }));
+        QCOMPARE(welcome[u"frontmatterStripped"_s].toBool(), true);
+    }
+
+    void analyzeBadPaths_data()
+    {
+        QTest::addColumn<QString>("relative");
+        QTest::addColumn<QString>("reason");
+        QTest::addRow("missing") << u"nowhere"_s << u"no such folder"_s;
+        QTest::addRow("a file") << u"file.md"_s << u"not a folder"_s;
+    }
+    void analyzeBadPaths()
+    {
+        QFETCH(QString, relative);
+        QFETCH(QString, reason);
+        QTemporaryDir dir;
+        TestUtil::writeFile(dir.path(), u"file.md"_s, "x");
+        const QString path = dir.path() + u'/' + relative;
+        const TestUtil::CliResult r = runCli({ u"analyze"_s, path });
+        QCOMPARE(r.exitCode, 1);
+        QCOMPARE(QString::fromUtf8(r.err), u"velloran-cli: "_s + path + u": "_s + reason + u'\n');
+        QVERIFY(r.out.isEmpty());
+    }
+
+    void usageErrors_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addRow("no command") << QStringList();
+        QTest::addRow("unknown command") << QStringList { u"frobnicate"_s };
+        QTest::addRow("analyze without path") << QStringList { u"analyze"_s };
+        QTest::addRow("unknown option") << QStringList { u"render"_s, u"--nope"_s };
+    }
+    void usageErrors()
+    {
+        QFETCH(QStringList, arguments);
+        const TestUtil::CliResult r = runCli(arguments);
+        QCOMPARE(r.exitCode, 2);
+        QVERIFY(!r.err.isEmpty());
+    }
+
+    void helpAndVersion()
+    {
+        const TestUtil::CliResult version = runCli({ u"--version"_s });
+        QCOMPARE(version.exitCode, 0);
+        QCOMPARE(version.out, QByteArray("velloran-cli " VELLORAN_VERSION "\n"));
+        for (const QString &command : { u"analyze"_s, u"render"_s }) {
+            const TestUtil::CliResult help = runCli({ command, u"--help"_s });
+            QCOMPARE(help.exitCode, 0);
+            QVERIFY2(help.out.contains("--json"), help.out.constData());
+        }
+        const TestUtil::CliResult help = runCli({ u"--help"_s });
+        QCOMPARE(help.exitCode, 0);
+        QVERIFY(help.out.contains("analyze"));
+        QVERIFY(help.out.contains("render"));
+    }
+
+    void renderFromStdin()
+    {
+        const TestUtil::CliResult r = runCli({ u"render"_s }, "# Title\n- a & b");
+        QCOMPARE(r.exitCode, 0);
+        QCOMPARE(QString::fromUtf8(r.out),
+            u"<div><b><span style=\"font-size:24px\">Title</span></b></div>\n"
+            "<ul>\n<li>a &amp; b</li>\n</ul>"_s);
+        QCOMPARE(runCli({ u"render"_s, u"-"_s }, "x").out, QByteArray("<div>x</div>"));
+    }
+
+    void renderFileWithFrontmatter()
+    {
+        QTemporaryDir dir;
+        TestUtil::writeFile(dir.path(), u"n.md"_s, "---\na: 1\n---\n![[p.png]]");
+        const QString file = dir.path() + u"/n.md"_s;
+        QCOMPARE(QString::fromUtf8(runCli({ u"render"_s, file }).out),
+            u"<div>━━━━━━━━━━</div>\n<div>a: 1</div>\n<div>━━━━━━━━━━</div>\n<div>📎 <i>[image: p.png]</i></div>"_s);
+        QCOMPARE(QString::fromUtf8(runCli({ u"render"_s, u"--strip-frontmatter"_s, file }).out),
+            u"<div>📎 <i>[image: p.png]</i></div>"_s);
+    }
+
+    void renderJson()
+    {
+        const TestUtil::CliResult r = runCli({ u"render"_s, u"--json"_s }, "![[a.png]] ![b](b.png)");
+        QCOMPARE(r.exitCode, 0);
+        const QJsonObject root = QJsonDocument::fromJson(r.out).object();
+        QCOMPARE(root.keys(), (QStringList { u"html"_s, u"images"_s }));
+        QCOMPARE(root[u"html"_s].toString(), u"<div>📎 <i>[image: a.png]</i> 📎 <i>[image: b.png]</i></div>"_s);
+        QCOMPARE(root[u"images"_s].toArray(), QJsonArray({ u"a.png"_s, u"b.png"_s }));
+    }
+
+    void renderBadInput()
+    {
+        QTemporaryDir dir;
+        const QString missing = dir.path() + u"/missing.md"_s;
+        TestUtil::CliResult r = runCli({ u"render"_s, missing });
+        QCOMPARE(r.exitCode, 1);
+        QVERIFY2(r.err.startsWith((u"velloran-cli: "_s + missing + u": "_s).toUtf8()), r.err.constData());
+        QCOMPARE(r.err.count('\n'), 1);
+
+        r = runCli({ u"render"_s, dir.path() });
+        QCOMPARE(r.exitCode, 1);
+        QCOMPARE(QString::fromUtf8(r.err), u"velloran-cli: "_s + dir.path() + u": is a folder, not a file\n"_s);
+
+        TestUtil::writeFile(dir.path(), u"latin1.md"_s, QByteArray("caf\xe9", 4));
+        r = runCli({ u"render"_s, dir.path() + u"/latin1.md"_s });
+        QCOMPARE(r.exitCode, 1);
+        QCOMPARE(QString::fromUtf8(r.err), u"velloran-cli: "_s + dir.path() + u"/latin1.md: not valid UTF-8\n"_s);
+        QVERIFY(r.out.isEmpty());
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_MigrationCli)
+#include "tst_MigrationCli.moc"

@@ -1,0 +1,522 @@
+// Tests of the vault scan: which files become notes, what each note records, frontmatter detection,
+// image resolution and ordering. Every vault is built in a temporary folder.
+
+#include "TestUtil.h"
+
+#include "VaultScanner.h"
+#include "VaultScanner_p.h"
+
+#include <QTemporaryDir>
+#include <QTest>
+#include <QtConcurrent>
+
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+using TestUtil::makeDir;
+using TestUtil::writeFile;
+
+namespace {
+
+QStringList titles(const VaultAnalysis &analysis)
+{
+    QStringList result;
+    for (const VaultAnalysis::Note &note : analysis.notes)
+        result.append(note.title);
+    return result;
+}
+
+/// Every item below `root` in the order the scan's walk meets them (hidden items skipped).
+QStringList walkOrder(const QString &root)
+{
+    QStringList paths;
+    QDirIterator it(root, QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+    while (it.hasNext())
+        paths.append(it.next());
+    return paths;
+}
+
+} // namespace
+
+class tst_VaultScanner : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_dir;
+    QString vault() const { return m_dir.path(); }
+    VaultAnalysis scanVault() const { return VaultScanner::scan(QUrl::fromLocalFile(vault())); }
+
+private slots:
+    void init() { QVERIFY(m_dir.isValid()); }
+    void cleanup()
+    {
+        QDir(m_dir.path()).removeRecursively();
+        QDir().mkpath(m_dir.path());
+    }
+
+    void imageExtensionsAreTheNine()
+    {
+        const QSet<QString> expected { u"png"_s, u"jpg"_s, u"jpeg"_s, u"gif"_s, u"heic"_s, u"webp"_s, u"bmp"_s,
+            u"tiff"_s, u"svg"_s };
+        QCOMPARE(VaultScanner::imageExtensions(), expected);
+        QVERIFY(!VaultScanner::imageExtensions().contains(u"tif"_s));
+        QVERIFY(!VaultScanner::imageExtensions().contains(u"pdf"_s));
+    }
+
+    void imageExtensionsBuiltOnceFromTwoThreads()
+    {
+        QFuture<const QSet<QString> *> a = QtConcurrent::run([] { return &VaultScanner::imageExtensions(); });
+        QFuture<const QSet<QString> *> b = QtConcurrent::run([] { return &VaultScanner::imageExtensions(); });
+        QCOMPARE(a.result(), b.result());
+        QCOMPARE(a.result(), &VaultScanner::imageExtensions());
+        QCOMPARE(a.result()->size(), 9);
+    }
+
+    void missingVaultGivesEmptyAnalysis()
+    {
+        const VaultAnalysis analysis = VaultScanner::scan(QUrl::fromLocalFile(vault() + u"/nowhere"_s));
+        QVERIFY(analysis.notes.isEmpty());
+        QVERIFY(analysis.folders.isEmpty());
+        QCOMPARE(analysis.attachmentsResolved, 0);
+        QCOMPARE(analysis.attachmentsMissing, 0);
+    }
+
+    void fileAsVaultGivesEmptyAnalysis()
+    {
+        writeFile(vault(), u"file.md"_s, "# x\n");
+        const VaultAnalysis analysis = VaultScanner::scan(QUrl::fromLocalFile(vault() + u"/file.md"_s));
+        QVERIFY(analysis.notes.isEmpty());
+    }
+
+    void vaultWithoutMarkdown()
+    {
+        writeFile(vault(), u"a.png"_s, "png");
+        writeFile(vault(), u"sub/b.jpg"_s, "jpg");
+        writeFile(vault(), u"readme.txt"_s, "text");
+        const VaultAnalysis analysis = scanVault();
+        QVERIFY(analysis.notes.isEmpty());
+        QVERIFY(analysis.folders.isEmpty());
+        QCOMPARE(analysis.attachmentsResolved, 0);
+        QCOMPARE(analysis.attachmentsMissing, 0);
+    }
+
+    void markdownExtensions()
+    {
+        writeFile(vault(), u"Note.MD"_s, "a");
+        writeFile(vault(), u"x.markdown"_s, "b");
+        writeFile(vault(), u"y.mdx"_s, "c");
+        writeFile(vault(), u"z.txt"_s, "d");
+        writeFile(vault(), u"a.b.md"_s, "e");
+        QCOMPARE(titles(scanVault()), (QStringList { u"a.b"_s, u"Note"_s, u"x"_s }));
+    }
+
+    void noteAtRoot()
+    {
+        writeFile(vault(), u"root.md"_s, "hello");
+        const VaultAnalysis analysis = scanVault();
+        QCOMPARE(analysis.notes.size(), 1);
+        const VaultAnalysis::Note &note = analysis.notes.first();
+        QVERIFY(note.relativeFolder.isEmpty());
+        QVERIFY(analysis.folders.isEmpty());
+        QCOMPARE(note.fileURL, QUrl::fromLocalFile(vault() + u"/root.md"_s));
+        QVERIFY(!note.id.isNull());
+        QVERIFY(note.imageRefs.isEmpty());
+        QVERIFY(note.wikilinks.isEmpty());
+        QVERIFY(!note.hasTables);
+        QVERIFY(!note.hasTasks);
+        QVERIFY(!note.frontmatterStripped);
+    }
+
+    void onlyTheNotesOwnFolderIsRecorded()
+    {
+        writeFile(vault(), u"a/b/n.md"_s, "x");
+        const VaultAnalysis analysis = scanVault();
+        QCOMPARE(analysis.folders, QSet<QString> { u"a/b"_s });
+        QCOMPARE(analysis.notes.first().relativeFolder, (QStringList { u"a"_s, u"b"_s }));
+    }
+
+    void foldersAreDistinct()
+    {
+        writeFile(vault(), u"p/one.md"_s, "x");
+        writeFile(vault(), u"p/two.md"_s, "x");
+        writeFile(vault(), u"q/r/three.md"_s, "x");
+        writeFile(vault(), u"empty/pic.png"_s, "x");
+        QCOMPARE(scanVault().folders, (QSet<QString> { u"p"_s, u"q/r"_s }));
+    }
+
+    void hiddenItemsAreNeverSeen()
+    {
+        writeFile(vault(), u".obsidian/config.md"_s, "x");
+        writeFile(vault(), u".trash/old.md"_s, "x");
+        writeFile(vault(), u"sub/.hidden/deep/secret.md"_s, "x");
+        writeFile(vault(), u".scratch.md"_s, "x");
+        writeFile(vault(), u".hidden/pic.png"_s, "png");
+        writeFile(vault(), u"sub/visible.md"_s, "![[pic.png]]");
+        const VaultAnalysis analysis = scanVault();
+        QCOMPARE(titles(analysis), QStringList { u"visible"_s });
+        QCOMPARE(analysis.folders, QSet<QString> { u"sub"_s });
+        // The image under a hidden folder is not indexed either.
+        QCOMPARE(analysis.attachmentsResolved, 0);
+        QCOMPARE(analysis.attachmentsMissing, 1);
+    }
+
+    void imageRefsEmbedsFirst()
+    {
+        writeFile(vault(), u"n.md"_s, "![[a.png]]\n![b](b.png)\n![[c.png|300]]\n");
+        QCOMPARE(scanVault().notes.first().imageRefs, (QStringList { u"a.png"_s, u"c.png"_s, u"b.png"_s }));
+    }
+
+    void wikilinksAndEmbeds()
+    {
+        writeFile(vault(), u"n.md"_s, "[[Page|Alias]] and ![[Page]] and [[Other#Heading]] [[Page|Again]]");
+        const VaultAnalysis analysis = scanVault();
+        const VaultAnalysis::Note &note = analysis.notes.first();
+        QCOMPARE(note.wikilinks, (QStringList { u"Page"_s, u"Other#Heading"_s, u"Page"_s }));
+        QCOMPARE(note.imageRefs, QStringList { u"Page"_s });
+        QCOMPARE(analysis.attachmentsMissing, 1);
+    }
+
+    void embedResolvesToAFileNamedExactly()
+    {
+        writeFile(vault(), u"d/n.md"_s, "![[Page]]");
+        writeFile(vault(), u"d/Page"_s, "any file");
+        QCOMPARE(scanVault().attachmentsResolved, 1);
+    }
+
+    void embedResolvesAtTheRoot()
+    {
+        writeFile(vault(), u"d/n.md"_s, "![[Page]] ![[report.pdf]]");
+        writeFile(vault(), u"Page"_s, "any file");
+        writeFile(vault(), u"report.pdf"_s, "pdf");
+        const VaultAnalysis analysis = scanVault();
+        QCOMPARE(analysis.attachmentsResolved, 2);
+        QCOMPARE(analysis.attachmentsMissing, 0);
+    }
+
+    void nonImagesAreNotIndexed()
+    {
+        writeFile(vault(), u"d/n.md"_s, "![[report.pdf]] ![[scan.tif]]");
+        writeFile(vault(), u"elsewhere/report.pdf"_s, "pdf");
+        writeFile(vault(), u"elsewhere/scan.tif"_s, "tif");
+        const VaultAnalysis analysis = scanVault();
+        QCOMPARE(analysis.attachmentsResolved, 0);
+        QCOMPARE(analysis.attachmentsMissing, 2);
+    }
+
+    void percentEscapesAreDecoded()
+    {
+        writeFile(vault(), u"n.md"_s, "![x](my%20photo.png) ![y](100%.png)");
+        writeFile(vault(), u"my photo.png"_s, "png");
+        writeFile(vault(), u"100%.png"_s, "png");
+        const VaultAnalysis analysis = scanVault();
+        QCOMPARE(analysis.notes.first().imageRefs, (QStringList { u"my%20photo.png"_s, u"100%.png"_s }));
+        // A malformed escape is used as written.
+        QCOMPARE(analysis.attachmentsResolved, 2);
+    }
+
+    void remoteImagesAreMissing()
+    {
+        writeFile(vault(), u"n.md"_s, "![x](https://host/a.png) ![y](http://host/a.png)");
+        writeFile(vault(), u"a.png"_s, "png");
+        const VaultAnalysis analysis = scanVault();
+        QCOMPARE(analysis.attachmentsResolved, 0);
+        QCOMPARE(analysis.attachmentsMissing, 2);
+    }
+
+    void imageWithTitleIsMissing()
+    {
+        writeFile(vault(), u"n.md"_s, "![x](img/a.png 'Title')");
+        writeFile(vault(), u"img/a.png"_s, "png");
+        const VaultAnalysis analysis = scanVault();
+        QCOMPARE(analysis.notes.first().imageRefs, QStringList { u"img/a.png 'Title'"_s });
+        QCOMPARE(analysis.attachmentsMissing, 1);
+    }
+
+    void indexFindsImagesAnywhereCaseInsensitively()
+    {
+        writeFile(vault(), u"notes/n.md"_s, "![[Photo.PNG]] ![p](deep/path/PHOTO.png)");
+        writeFile(vault(), u"attachments/photo.png"_s, "png");
+        const VaultAnalysis analysis = scanVault();
+        QCOMPARE(analysis.attachmentsResolved, 2);
+        QCOMPARE(analysis.attachmentsMissing, 0);
+    }
+
+    void referencesCountOneByOne()
+    {
+        writeFile(vault(), u"n.md"_s, "![[a.png]] ![[a.png]] ![[gone.png]]");
+        writeFile(vault(), u"m.md"_s, "![[a.png]]");
+        writeFile(vault(), u"a.png"_s, "png");
+        const VaultAnalysis analysis = scanVault();
+        QCOMPARE(analysis.attachmentsResolved, 3);
+        QCOMPARE(analysis.attachmentsMissing, 1);
+    }
+
+    void imageIndexLastInWalkOrderWins()
+    {
+        writeFile(vault(), u"a/x.png"_s, "a");
+        writeFile(vault(), u"b/X.png"_s, "b");
+        writeFile(vault(), u"c/x.PNG"_s, "c");
+        const VaultScanner::ImageIndex index = VaultScanner::imageIndex(QUrl::fromLocalFile(vault()));
+        QCOMPARE(index.size(), 1);
+        // The expected winner is whichever of the three the walk meets last.
+        QString last;
+        for (const QString &path : walkOrder(vault())) {
+            if (QFileInfo(path).fileName().toLower() == u"x.png"_s)
+                last = path;
+        }
+        QCOMPARE(index.value(u"x.png"_s), last);
+    }
+
+    void imageIndexSkipsHiddenAndNonImages()
+    {
+        writeFile(vault(), u".hidden/a.png"_s, "a");
+        writeFile(vault(), u"doc.pdf"_s, "pdf");
+        writeFile(vault(), u"b.svg"_s, "svg");
+        writeFile(vault(), u"c.TIFF"_s, "tiff");
+        const VaultScanner::ImageIndex index = VaultScanner::imageIndex(QUrl::fromLocalFile(vault()));
+        QCOMPARE(QSet<QString>(index.keyBegin(), index.keyEnd()), (QSet<QString> { u"b.svg"_s, u"c.tiff"_s }));
+        QVERIFY(VaultScanner::imageIndex(QUrl::fromLocalFile(vault() + u"/nowhere"_s)).isEmpty());
+    }
+
+    void folderNamedLikeAnImageIsIndexed()
+    {
+        makeDir(vault(), u"odd/pic.png"_s);
+        writeFile(vault(), u"n.md"_s, "![[pic.png]]");
+        QCOMPARE(scanVault().attachmentsResolved, 1);
+    }
+
+    void folderNamedLikeANoteIsDropped()
+    {
+        writeFile(vault(), u"folder.md/inner.md"_s, "x");
+        const VaultAnalysis analysis = scanVault();
+        QCOMPARE(titles(analysis), QStringList { u"inner"_s });
+        QCOMPARE(analysis.folders, QSet<QString> { u"folder.md"_s });
+    }
+
+    void unreadableFilesAreSkipped()
+    {
+        writeFile(vault(), u"good.md"_s, "fine");
+        writeFile(vault(), u"latin1.md"_s, QByteArray("caf\xe9 cr\xe8me", 10));
+        QVERIFY(QFile::link(vault() + u"/nowhere.md"_s, vault() + u"/broken.md"_s));
+        QCOMPARE(titles(scanVault()), QStringList { u"good"_s });
+    }
+
+    void fileWithoutReadPermissionIsSkipped()
+    {
+        if (::geteuid() == 0)
+            QSKIP("running as root: permission bits do not stop reading");
+        writeFile(vault(), u"good.md"_s, "fine");
+        writeFile(vault(), u"locked.md"_s, "secret");
+        QVERIFY(QFile::setPermissions(vault() + u"/locked.md"_s, QFileDevice::Permissions()));
+        QCOMPARE(titles(scanVault()), QStringList { u"good"_s });
+        QFile::setPermissions(vault() + u"/locked.md"_s, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+    }
+
+    void symlinkLoopIsNotFollowed()
+    {
+        writeFile(vault(), u"a/n.md"_s, "x");
+        QVERIFY(QFile::link(vault() + u"/a"_s, vault() + u"/a/loop"_s));
+        QVERIFY(QFile::link(vault(), vault() + u"/a/up"_s));
+        const VaultAnalysis analysis = scanVault();
+        QCOMPARE(titles(analysis), QStringList { u"n"_s });
+    }
+
+    void crlfFile()
+    {
+        writeFile(vault(), u"n.md"_s, "---\r\ntitle: x\r\n---\r\n| a |\r\n- [ ] t\r\n");
+        const VaultAnalysis::Note &note = scanVault().notes.first();
+        QVERIFY(!note.frontmatterStripped);
+        QVERIFY(note.hasTables);
+        QVERIFY(note.hasTasks);
+    }
+
+    // A byte-order mark is not part of the text, so a block right after it is still frontmatter.
+    void byteOrderMark()
+    {
+        writeFile(vault(), u"n.md"_s, "\xEF\xBB\xBF---\ntitle: x\n---\n[[Link]]");
+        const VaultAnalysis::Note &note = scanVault().notes.first();
+        QVERIFY(note.frontmatterStripped);
+        QCOMPARE(note.wikilinks, QStringList { u"Link"_s });
+    }
+
+    void testsLookAtTheBodyOnly()
+    {
+        writeFile(vault(), u"n.md"_s, "---\ncover: \"![[fm.png]]\"\nlink: \"[[FM]]\"\ntags:\n- [x]\n---\nbody");
+        const VaultAnalysis::Note &note = scanVault().notes.first();
+        QVERIFY(note.frontmatterStripped);
+        QVERIFY(note.imageRefs.isEmpty());
+        QVERIFY(note.wikilinks.isEmpty());
+        QVERIFY(!note.hasTasks);
+    }
+
+    void hasTables_data()
+    {
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<bool>("tables");
+        QTest::addRow("first line") << QByteArray("| a |") << true;
+        QTest::addRow("later line") << QByteArray("text\n|a|b|") << true;
+        QTest::addRow("bar without closing") << QByteArray("x\n|") << true;
+        QTest::addRow("indented") << QByteArray("  | a |\n\t| b |") << false;
+        QTest::addRow("inside a line") << QByteArray("a | b") << false;
+    }
+    void hasTables()
+    {
+        QFETCH(QByteArray, body);
+        QFETCH(bool, tables);
+        writeFile(vault(), u"n.md"_s, body);
+        QCOMPARE(scanVault().notes.first().hasTables, tables);
+    }
+
+    void hasTasks_data()
+    {
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<bool>("tasks");
+        QTest::addRow("dash open") << QByteArray("x\n- [ ] a") << true;
+        QTest::addRow("star done") << QByteArray("* [x] a") << true;
+        QTest::addRow("indented upper") << QByteArray("text\n\t  - [X] a") << true;
+        QTest::addRow("no text after") << QByteArray("- [ ]") << true;
+        QTest::addRow("plus") << QByteArray("+ [ ] a") << false;
+        QTest::addRow("numbered") << QByteArray("1. [ ] a") << false;
+        QTest::addRow("mid-line") << QByteArray("see - [ ] a") << false;
+        QTest::addRow("other box") << QByteArray("- [-] a") << false;
+    }
+    void hasTasks()
+    {
+        QFETCH(QByteArray, body);
+        QFETCH(bool, tasks);
+        writeFile(vault(), u"n.md"_s, body);
+        QCOMPARE(scanVault().notes.first().hasTasks, tasks);
+    }
+
+    void stripFrontmatter_data()
+    {
+        QTest::addColumn<QString>("content");
+        QTest::addColumn<QString>("body");
+        QTest::addColumn<bool>("stripped");
+
+        QString yaml29;
+        for (int i = 0; i < 29; ++i)
+            yaml29 += u"k%1: v\n"_s.arg(i);
+
+        QTest::addRow("simple") << u"---\ntitle: x\n---\nbody"_s << u"body"_s << true;
+        QTest::addRow("blank line after the block stays") << u"---\na: 1\n---\n\nbody"_s << u"\nbody"_s << true;
+        QTest::addRow("empty block") << u"---\n---\nbody"_s << u"body"_s << true;
+        QTest::addRow("nothing after the block") << u"---\na: 1\n---"_s << QString() << true;
+        QTest::addRow("closing fence at line index 30") << u"---\n"_s + yaml29 + u"---\nbody"_s << u"body"_s << true;
+        QTest::addRow("closing fence at line index 31")
+            << u"---\n"_s + yaml29 + u"k: v\n---\nbody"_s << u"---\n"_s + yaml29 + u"k: v\n---\nbody"_s << false;
+        QTest::addRow("prose line") << u"---\ntitle: x\nJust some text\n---\nbody"_s
+                                    << u"---\ntitle: x\nJust some text\n---\nbody"_s << false;
+        QTest::addRow("fences with spaces") << u"  ---  \na: 1\n\t---\nbody"_s << u"body"_s << true;
+        QTest::addRow("CRLF never stripped")
+            << u"---\r\na: 1\r\n---\r\nbody"_s << u"---\r\na: 1\r\n---\r\nbody"_s << false;
+        QTest::addRow("no closing fence") << u"---\na: 1\nbody"_s << u"---\na: 1\nbody"_s << false;
+        QTest::addRow("not at the start") << u"\n---\na: 1\n---\nbody"_s << u"\n---\na: 1\n---\nbody"_s << false;
+        QTest::addRow("yaml line kinds")
+            << u"---\n\nkey: v\n  continued\n\tcontinued\n- item\n-\n# comment\nkey.with-dots_and spaces: v\n"
+               "url: http://x/y\nclé: v\n---\nbody"_s
+            << u"body"_s << true;
+        QTest::addRow("key holding a slash") << u"---\na/b: c\n---\nbody"_s << u"---\na/b: c\n---\nbody"_s << false;
+        QTest::addRow("empty key") << u"---\n: c\n---\nbody"_s << u"---\n: c\n---\nbody"_s << false;
+        QTest::addRow("dash without space") << u"---\n-x\n---\nbody"_s << u"---\n-x\n---\nbody"_s << false;
+        QTest::addRow("horizontal rule, not a fence") << u"---"_s << u"---"_s << false;
+        QTest::addRow("no frontmatter") << u"# Title\ntext"_s << u"# Title\ntext"_s << false;
+        QTest::addRow("empty") << QString() << QString() << false;
+    }
+    void stripFrontmatter()
+    {
+        QFETCH(QString, content);
+        QFETCH(QString, body);
+        QFETCH(bool, stripped);
+        const auto [text, wasStripped] = VaultScanner::stripFrontmatter(content);
+        QCOMPARE(text, body);
+        QCOMPARE(wasStripped, stripped);
+    }
+
+    void relativeFolders_data()
+    {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<QString>("vault");
+        QTest::addColumn<QStringList>("folders");
+        QTest::addRow("root") << u"/v/n.md"_s << u"/v"_s << QStringList();
+        QTest::addRow("nested") << u"/v/a/b/n.md"_s << u"/v"_s << QStringList { u"a"_s, u"b"_s };
+        QTest::addRow("trailing slash on the vault") << u"/v/a/n.md"_s << u"/v/"_s << QStringList { u"a"_s };
+        QTest::addRow("dot segments") << u"/v/a/./b/../c/n.md"_s << u"/x/../v"_s << QStringList { u"a"_s, u"c"_s };
+        QTest::addRow("only counts are compared") << u"/other/a/n.md"_s << u"/v"_s << QStringList { u"a"_s };
+        QTest::addRow("file above the vault") << u"/n.md"_s << u"/v/w"_s << QStringList();
+    }
+    void relativeFolders()
+    {
+        QFETCH(QString, file);
+        QFETCH(QString, vault);
+        QFETCH(QStringList, folders);
+        QCOMPARE(VaultScanner::relativeFolders(QUrl::fromLocalFile(file), QUrl::fromLocalFile(vault)), folders);
+    }
+
+    void matches()
+    {
+        QCOMPARE(VaultScanner::matches(u"[[a]] [[b|c]]"_s, u"\\[\\[([^\\]|]+?)(?:\\|[^\\]]*)?\\]\\]"_s),
+            (QStringList { u"a"_s, u"b"_s }));
+        QCOMPARE(VaultScanner::matches(u"x x"_s, u"x"_s), QStringList());
+        QCOMPARE(VaultScanner::matches(u"x"_s, u"(x"_s), QStringList());
+        QCOMPARE(VaultScanner::matches(u"  a "_s, u"(\\s*a\\s*)"_s), QStringList { u"  a "_s });
+    }
+
+    void titlesSortLocaleAwareAndCaseInsensitive()
+    {
+        writeFile(vault(), u"Banana.md"_s, "x");
+        writeFile(vault(), u"apple.md"_s, "x");
+        writeFile(vault(), u"Élan.md"_s, "x");
+        writeFile(vault(), u"zebra.md"_s, "x");
+        QCOMPARE(titles(scanVault()), (QStringList { u"apple"_s, u"Banana"_s, u"Élan"_s, u"zebra"_s }));
+    }
+
+    void equalTitlesKeepWalkOrder()
+    {
+        writeFile(vault(), u"x/b.md"_s, "lower");
+        writeFile(vault(), u"y/B.md"_s, "upper");
+        QStringList order;
+        for (const QString &path : walkOrder(vault())) {
+            if (path.endsWith(u".md"_s))
+                order.append(path);
+        }
+        const VaultAnalysis analysis = scanVault();
+        QCOMPARE(analysis.notes.size(), 2);
+        QCOMPARE(analysis.notes[0].fileURL.toLocalFile(), order[0]);
+        QCOMPARE(analysis.notes[1].fileURL.toLocalFile(), order[1]);
+    }
+
+    void idsAreFreshAtEachScan()
+    {
+        writeFile(vault(), u"a.md"_s, "x");
+        writeFile(vault(), u"b.md"_s, "x");
+        const VaultAnalysis first = scanVault();
+        const VaultAnalysis second = scanVault();
+        QVERIFY(first.notes[0].id != first.notes[1].id);
+        QVERIFY(first.notes[0].id != second.notes[0].id);
+    }
+
+    void scanOnlyReads()
+    {
+        writeFile(vault(), u"a/n.md"_s, "---\na: 1\n---\n![[p.png]]");
+        writeFile(vault(), u"a/p.png"_s, "png");
+        const auto before = TestUtil::hashTree(vault());
+        scanVault();
+        QCOMPARE(TestUtil::hashTree(vault()), before);
+    }
+
+    // The example vault that the README's run command analyses.
+    void exampleVault()
+    {
+        const VaultAnalysis analysis
+            = VaultScanner::scan(QUrl::fromLocalFile(QStringLiteral(VELLORAN_SOURCE_DIR "/examples/vault")));
+        QCOMPARE(analysis.notes.size(), 12);
+        QCOMPARE(
+            analysis.folders, (QSet<QString> { u"Projects"_s, u"Projects/2024/Q1"_s, u"Journal"_s, u"Reference"_s }));
+        QCOMPARE(analysis.attachmentsResolved, 4);
+        QCOMPARE(analysis.attachmentsMissing, 3);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_VaultScanner)
+#include "tst_VaultScanner.moc"
