@@ -1,0 +1,219 @@
+#include "Library.h"
+
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSaveFile>
+#include <QSet>
+
+using namespace Qt::StringLiterals;
+
+namespace FakeLibrary {
+
+namespace {
+
+/// Reads JSON values into the model, naming the place of the first problem ("folders[0].notes[2]").
+class Reader
+{
+public:
+    QString error;
+
+    bool keysAllowed(const QJsonObject &object, const QSet<QString> &allowed, const QString &where)
+    {
+        for (auto it = object.begin(); it != object.end(); ++it) {
+            if (!allowed.contains(it.key()))
+                return fail(u"%1: unknown key \"%2\""_s.arg(where, it.key()));
+        }
+        return true;
+    }
+
+    bool fail(const QString &message)
+    {
+        if (error.isEmpty())
+            error = message;
+        return false;
+    }
+
+    bool readNote(const QJsonValue &value, const QString &where, Note &note)
+    {
+        if (!value.isObject())
+            return fail(u"%1: a note must be an object"_s.arg(where));
+        const QJsonObject object = value.toObject();
+        if (!keysAllowed(object, { u"name"_s, u"body"_s, u"attachments"_s }, where))
+            return false;
+        if (object.contains(u"name"_s)) {
+            if (!object.value(u"name"_s).isString())
+                return fail(u"%1.name: must be a string"_s.arg(where));
+            note.name = object.value(u"name"_s).toString();
+        }
+        if (object.contains(u"body"_s) && !object.value(u"body"_s).isString())
+            return fail(u"%1.body: must be a string"_s.arg(where));
+        note.body = object.value(u"body"_s).toString();
+        return readStrings(object.value(u"attachments"_s), where + u".attachments"_s, note.attachments);
+    }
+
+    bool readStrings(const QJsonValue &value, const QString &where, QStringList &strings)
+    {
+        if (value.isUndefined())
+            return true;
+        if (!value.isArray())
+            return fail(u"%1: must be an array of strings"_s.arg(where));
+        for (const QJsonValue item : value.toArray()) {
+            if (!item.isString())
+                return fail(u"%1: must be an array of strings"_s.arg(where));
+            strings.append(item.toString());
+        }
+        return true;
+    }
+
+    bool readFolder(const QJsonValue &value, const QString &where, Folder &folder)
+    {
+        if (!value.isObject())
+            return fail(u"%1: a folder must be an object"_s.arg(where));
+        const QJsonObject object = value.toObject();
+        if (!keysAllowed(object, { u"name"_s, u"notes"_s, u"folders"_s }, where))
+            return false;
+        if (!object.value(u"name"_s).isString())
+            return fail(u"%1.name: a folder needs a name, a string"_s.arg(where));
+        folder.name = object.value(u"name"_s).toString();
+        return readNotes(object.value(u"notes"_s), where + u".notes"_s, folder.notes)
+            && readFolders(object.value(u"folders"_s), where + u".folders"_s, folder.folders);
+    }
+
+    bool readNotes(const QJsonValue &value, const QString &where, QList<Note> &notes)
+    {
+        if (value.isUndefined())
+            return true;
+        if (!value.isArray())
+            return fail(u"%1: must be an array"_s.arg(where));
+        const QJsonArray array = value.toArray();
+        for (qsizetype i = 0; i < array.size(); ++i) {
+            Note note;
+            if (!readNote(array.at(i), u"%1[%2]"_s.arg(where).arg(i), note))
+                return false;
+            notes.append(note);
+        }
+        return true;
+    }
+
+    bool readFolders(const QJsonValue &value, const QString &where, QList<Folder> &folders)
+    {
+        if (value.isUndefined())
+            return true;
+        if (!value.isArray())
+            return fail(u"%1: must be an array"_s.arg(where));
+        const QJsonArray array = value.toArray();
+        for (qsizetype i = 0; i < array.size(); ++i) {
+            Folder folder;
+            if (!readFolder(array.at(i), u"%1[%2]"_s.arg(where).arg(i), folder))
+                return false;
+            folders.append(folder);
+        }
+        return true;
+    }
+};
+
+QJsonObject noteToJson(const Note &note)
+{
+    QJsonObject object;
+    if (note.name)
+        object.insert(u"name"_s, *note.name);
+    object.insert(u"body"_s, note.body);
+    object.insert(u"attachments"_s, QJsonArray::fromStringList(note.attachments));
+    return object;
+}
+
+QJsonObject folderToJson(const Folder &folder)
+{
+    QJsonArray notes;
+    for (const Note &note : folder.notes)
+        notes.append(noteToJson(note));
+    QJsonArray folders;
+    for (const Folder &sub : folder.folders)
+        folders.append(folderToJson(sub));
+    QJsonObject object;
+    object.insert(u"name"_s, folder.name);
+    object.insert(u"notes"_s, notes);
+    object.insert(u"folders"_s, folders);
+    return object;
+}
+
+void collect(QList<Folder> &folders, QList<Folder *> &into)
+{
+    for (Folder &folder : folders) {
+        into.append(&folder);
+        collect(folder.folders, into);
+    }
+}
+
+} // namespace
+
+std::optional<Library> fromJson(const QByteArray &json, QString *error)
+{
+    QJsonParseError parseError;
+    const QJsonDocument document = QJsonDocument::fromJson(json, &parseError);
+    if (parseError.error != QJsonParseError::NoError) {
+        *error = u"not valid JSON at offset %1: %2"_s.arg(parseError.offset).arg(parseError.errorString());
+        return std::nullopt;
+    }
+    if (!document.isObject()) {
+        *error = u"the library must be a JSON object with a \"folders\" array"_s;
+        return std::nullopt;
+    }
+    Reader reader;
+    Library library;
+    const QJsonObject root = document.object();
+    if (!reader.keysAllowed(root, { u"folders"_s }, u"library"_s)
+        || !reader.readFolders(root.value(u"folders"_s), u"folders"_s, library.folders)) {
+        *error = reader.error;
+        return std::nullopt;
+    }
+    return library;
+}
+
+QByteArray toJson(const Library &library)
+{
+    QJsonArray folders;
+    for (const Folder &folder : library.folders)
+        folders.append(folderToJson(folder));
+    QJsonObject root;
+    root.insert(u"folders"_s, folders);
+    return QJsonDocument(root).toJson(QJsonDocument::Indented);
+}
+
+std::optional<Library> load(const QString &path, QString *error)
+{
+    QFile file(path);
+    if (!file.exists())
+        return Library {};
+    if (!file.open(QIODevice::ReadOnly)) {
+        *error = u"%1: %2"_s.arg(path, file.errorString());
+        return std::nullopt;
+    }
+    QString problem;
+    std::optional<Library> library = fromJson(file.readAll(), &problem);
+    if (!library)
+        *error = u"%1: %2"_s.arg(path, problem);
+    return library;
+}
+
+bool save(const Library &library, const QString &path, QString *error)
+{
+    QSaveFile file(path);
+    const QByteArray json = toJson(library);
+    if (!file.open(QIODevice::WriteOnly) || file.write(json) != json.size() || !file.commit()) {
+        *error = u"%1: %2"_s.arg(path, file.errorString());
+        return false;
+    }
+    return true;
+}
+
+QList<Folder *> allFolders(Library &library)
+{
+    QList<Folder *> folders;
+    collect(library.folders, folders);
+    return folders;
+}
+
+} // namespace FakeLibrary

@@ -1,0 +1,398 @@
+#include "Notes.h"
+
+#include "Library.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QLockFile>
+#include <QThread>
+
+using namespace Qt::StringLiterals;
+using FakeLibrary::Folder;
+using FakeLibrary::Library;
+using FakeLibrary::Note;
+using FakePrograms::Program;
+
+namespace FakeNotes {
+
+namespace {
+
+constexpr QChar recordSep(0x1E);
+constexpr QChar fieldSep(0x1F);
+
+/// An AppleScript execution error: the message, its number, and the piece of the script that raised it
+/// (osascript reports its character range).
+struct ScriptError
+{
+    QString message;
+    int number;
+    QString source;
+};
+
+bool switchIsOn(const char *variable)
+{
+    const QByteArray value = qgetenv(variable);
+    return !value.isEmpty() && value != "0";
+}
+
+QStringList namesFrom(const char *variable)
+{
+    QStringList names = qEnvironmentVariable(variable).split(u'\n');
+    names.removeAll(QString());
+    return names;
+}
+
+/// A text as AppleScript shows it inside an error message: in quotation marks, with quotation marks and
+/// backslashes escaped.
+QString quoted(const QString &text)
+{
+    QString escaped = text;
+    escaped.replace(u"\\"_s, u"\\\\"_s);
+    escaped.replace(u"\""_s, u"\\\""_s);
+    return u"\""_s + escaped + u"\""_s;
+}
+
+QString stripSeps(QString name)
+{
+    name.remove(recordSep);
+    name.remove(fieldSep);
+    return name;
+}
+
+QString escapeHtmlText(const QString &text)
+{
+    QString escaped;
+    for (const QChar c : text) {
+        if (c == u'&')
+            escaped += u"&amp;"_s;
+        else if (c == u'<')
+            escaped += u"&lt;"_s;
+        else if (c == u'>')
+            escaped += u"&gt;"_s;
+        else
+            escaped += c;
+    }
+    return escaped;
+}
+
+/// Whether the tag (from "<" to ">", lower-cased) has a src attribute whose value starts with "data:".
+bool hasDataSource(const QString &tag)
+{
+    for (qsizetype at = tag.indexOf(u"src"_s); at >= 0; at = tag.indexOf(u"src"_s, at + 3)) {
+        if (at == 0 || !tag.at(at - 1).isSpace())
+            continue;
+        qsizetype i = at + 3;
+        while (i < tag.size() && tag.at(i).isSpace())
+            ++i;
+        if (i >= tag.size() || tag.at(i) != u'=')
+            continue;
+        ++i;
+        while (i < tag.size() && tag.at(i).isSpace())
+            ++i;
+        if (i < tag.size() && (tag.at(i) == u'"' || tag.at(i) == u'\''))
+            ++i;
+        if (QStringView(tag).sliced(i).startsWith(u"data:"))
+            return true;
+    }
+    return false;
+}
+
+/// The tag as Notes keeps it: headings rewritten, data-URI images gone, everything else as it was.
+QString storedTag(QStringView tag)
+{
+    const QString lower = tag.toString().toLower();
+    qsizetype i = 1;
+    const bool closing = i < lower.size() && lower.at(i) == u'/';
+    if (closing)
+        ++i;
+    qsizetype end = i;
+    while (end < lower.size() && lower.at(end).isLetterOrNumber())
+        ++end;
+    const QString name = lower.sliced(i, end - i);
+
+    if (name == u"img" && hasDataSource(lower))
+        return QString();
+    if (name == u"h1")
+        return closing ? u"</span></b></div>"_s : u"<div><b><span style=\"font-size: 24px\">"_s;
+    if (name == u"h2")
+        return closing ? u"</span></b></div>"_s : u"<div><b><span style=\"font-size: 18px\">"_s;
+    if (name == u"h3")
+        return closing ? u"</b></div>"_s : u"<div><b>"_s;
+    return tag.toString();
+}
+
+/// Runs one program against the library. Throws ScriptError.
+class Session
+{
+public:
+    Session(Program program, const QStringList &args, Library &library, const Switches &switches)
+        : m_program(program)
+        , m_args(args)
+        , m_library(library)
+        , m_switches(switches)
+    { }
+
+    /// The run handler's result, when it has one.
+    std::optional<QString> run()
+    {
+        switch (m_program) {
+        case Program::ensureFolder:
+            ensureFolder();
+            return std::nullopt;
+        case Program::ensureSubfolder:
+            ensureSubfolder();
+            return std::nullopt;
+        case Program::createNote:
+            return createNote();
+        case Program::listFolders:
+            return listFolders();
+        case Program::readFolder:
+            return readFolder();
+        }
+        return std::nullopt;
+    }
+
+    bool changed = false;
+
+private:
+    Program m_program;
+    QStringList m_args;
+    Library &m_library;
+    const Switches &m_switches;
+
+    QString item(qsizetype number, const QString &source)
+    {
+        if (number > m_args.size()) {
+            QStringList shown;
+            for (const QString &arg : m_args)
+                shown.append(quoted(arg));
+            throw ScriptError { u"Can’t get item %1 of {%2}."_s.arg(number).arg(shown.join(u", "_s)), -1728, source };
+        }
+        return m_args.at(number - 1);
+    }
+
+    /// Every Apple event to Notes passes here first.
+    void tellNotes(const QString &source)
+    {
+        if (m_switches.refuseAutomation)
+            throw ScriptError { u"Not authorized to send Apple events to Notes."_s, -1743, source };
+        if (m_switches.timeOut)
+            throw ScriptError { u"Notes got an error: AppleEvent timed out."_s, -1712, source };
+    }
+
+    void failIfSwitched(const QStringList &names, const QString &name, const QString &source)
+    {
+        if (names.contains(name))
+            throw ScriptError { u"Notes got an error: AppleEvent handler failed."_s, -10000, source };
+    }
+
+    /// `folder <name>` of the application: the first folder of that name, at any depth.
+    Folder *findFolder(const QString &name)
+    {
+        for (Folder *folder : FakeLibrary::allFolders(m_library)) {
+            if (folder->name == name)
+                return folder;
+        }
+        return nullptr;
+    }
+
+    Folder &folderNamed(const QString &name, const QString &source)
+    {
+        tellNotes(source);
+        failIfSwitched(m_switches.failingFolders, name, source);
+        Folder *folder = findFolder(name);
+        if (!folder)
+            throw ScriptError { u"Notes got an error: Can’t get folder %1."_s.arg(quoted(name)), -1728, source };
+        return *folder;
+    }
+
+    static Folder *subfolder(Folder &parent, const QString &name)
+    {
+        for (Folder &folder : parent.folders) {
+            if (folder.name == name)
+                return &folder;
+        }
+        return nullptr;
+    }
+
+    void ensureFolder()
+    {
+        const QString source = u"exists folder (item 1 of argv)"_s;
+        tellNotes(source);
+        const QString name = item(1, source);
+        failIfSwitched(m_switches.failingFolders, name, source);
+        if (findFolder(name))
+            return;
+        m_library.folders.append(Folder { name, {}, {} });
+        changed = true;
+    }
+
+    void ensureSubfolder()
+    {
+        const QString rootName = item(1, u"item 1 of argv"_s);
+        const QString subName = item(2, u"item 2 of argv"_s);
+        Folder &root = folderNamed(rootName, u"folder rootName"_s);
+        failIfSwitched(m_switches.failingFolders, subName, u"exists folder subName of rootFolder"_s);
+        if (subfolder(root, subName))
+            return;
+        root.folders.append(Folder { subName, {}, {} });
+        changed = true;
+    }
+
+    QString createNote()
+    {
+        const QString rootName = item(1, u"item 1 of argv"_s);
+        const QString subName = item(2, u"item 2 of argv"_s);
+        const QString noteName = item(3, u"item 3 of argv"_s);
+        const QString htmlPath = item(4, u"item 4 of argv"_s);
+
+        const QString readSource = u"read POSIX file htmlPath as «class utf8»"_s;
+        QFile bodyFile(htmlPath);
+        if (!QFileInfo(htmlPath).isFile() || !bodyFile.open(QIODevice::ReadOnly))
+            throw ScriptError { u"File %1 wasn’t found."_s.arg(htmlPath), -43, readSource };
+        const QString bodyHtml = QString::fromUtf8(bodyFile.readAll());
+
+        Folder *target = &folderNamed(rootName, u"folder rootName"_s);
+        if (!subName.isEmpty()) {
+            const QString source = u"folder subName of (folder rootName)"_s;
+            failIfSwitched(m_switches.failingFolders, subName, source);
+            target = subfolder(*target, subName);
+            if (!target)
+                throw ScriptError { u"Notes got an error: Can’t get folder %1 of folder %2."_s.arg(
+                                        quoted(subName), quoted(rootName)),
+                    -1728, source };
+        }
+        for (const Note &note : target->notes) {
+            if (note.name == noteName)
+                return u"skipped"_s;
+        }
+
+        failIfSwitched(m_switches.failingNotes, noteName,
+            u"make new note at targetFolder with properties {name:noteName, body:bodyHTML}"_s);
+        target->notes.append(Note { noteName, bodyAsStored(noteName, bodyHtml), {} });
+        changed = true;
+        Note &note = target->notes.last();
+        // An attachment that fails leaves the note in place with the attachments made so far.
+        for (qsizetype i = 4; i < m_args.size(); ++i) {
+            const QString path = m_args.at(i);
+            if (!QFileInfo(path).isFile())
+                throw ScriptError { u"Notes got an error: File %1 wasn’t found."_s.arg(path), -43,
+                    u"make new attachment with data (POSIX file (item i of argv))"_s };
+            note.attachments.append(QFileInfo(path).fileName());
+        }
+        return u"created"_s;
+    }
+
+    QString listFolders()
+    {
+        tellNotes(u"folders"_s);
+        QString out;
+        for (const Folder *folder : FakeLibrary::allFolders(m_library))
+            out += stripSeps(folder->name) + recordSep;
+        return out;
+    }
+
+    QString readFolder()
+    {
+        const QString name = item(1, u"item 1 of argv"_s);
+        const QString source = u"exists folder fName"_s;
+        tellNotes(source);
+        failIfSwitched(m_switches.failingFolders, name, source);
+        const Folder *folder = findFolder(name);
+        if (!folder)
+            return QString();
+        const QString folderClean = stripSeps(folder->name);
+        QString out;
+        for (const Note &note : folder->notes) {
+            const QString noteName = note.name ? stripSeps(*note.name) : u"(untitled)"_s;
+            QString body = note.body;
+            if (note.name && m_switches.failingNotes.contains(*note.name))
+                body = u"<div>[Velloran: could not read this note's body — "_s
+                    + u"Notes got an error: AppleEvent handler failed."_s + u"]</div>"_s;
+            out += folderClean + fieldSep + noteName + fieldSep + body + recordSep;
+        }
+        return out;
+    }
+};
+
+/// osascript's form of an execution error: "PATH:START:END: execution error: MESSAGE (NUMBER)".
+QByteArray executionError(const QString &scriptPath, const QString &scriptText, const ScriptError &error)
+{
+    qsizetype start = scriptText.indexOf(error.source);
+    if (start < 0)
+        start = 0;
+    const qsizetype end = start + error.source.size();
+    return u"%1:%2:%3: execution error: %4 (%5)\n"_s.arg(scriptPath)
+        .arg(start)
+        .arg(end)
+        .arg(error.message)
+        .arg(error.number)
+        .toUtf8();
+}
+
+bool changesLibrary(Program program)
+{
+    return program == Program::ensureFolder || program == Program::ensureSubfolder || program == Program::createNote;
+}
+
+} // namespace
+
+Switches Switches::fromEnvironment()
+{
+    Switches switches;
+    switches.refuseAutomation = switchIsOn("VELLORAN_FAKE_NOTES_DENY");
+    switches.timeOut = switchIsOn("VELLORAN_FAKE_NOTES_TIMEOUT");
+    switches.failingFolders = namesFrom("VELLORAN_FAKE_NOTES_FAIL_FOLDER");
+    switches.failingNotes = namesFrom("VELLORAN_FAKE_NOTES_FAIL_NOTE");
+    switches.delayMs = qEnvironmentVariableIntValue("VELLORAN_FAKE_NOTES_DELAY_MS");
+    return switches;
+}
+
+QString bodyAsStored(const QString &name, const QString &html)
+{
+    QString stored = u"<div>"_s + escapeHtmlText(name) + u"</div>"_s;
+    qsizetype i = 0;
+    while (i < html.size()) {
+        const qsizetype open = html.indexOf(u'<', i);
+        const qsizetype close = open < 0 ? -1 : html.indexOf(u'>', open);
+        if (close < 0) {
+            stored += QStringView(html).sliced(i);
+            break;
+        }
+        stored += QStringView(html).sliced(i, open - i);
+        stored += storedTag(QStringView(html).sliced(open, close - open + 1));
+        i = close + 1;
+    }
+    return stored;
+}
+
+Outcome perform(Program program, const QString &scriptPath, const QStringList &args, const QString &libraryPath,
+    const Switches &switches)
+{
+    if (switches.delayMs > 0)
+        QThread::msleep(ulong(switches.delayMs));
+
+    // Two runs at once must not lose each other's changes.
+    QLockFile lock(libraryPath + u".lock"_s);
+    if (changesLibrary(program))
+        lock.lock();
+
+    QString problem;
+    std::optional<Library> library = FakeLibrary::load(libraryPath, &problem);
+    if (!library)
+        return { {}, u"fake-osascript: %1\n"_s.arg(problem).toUtf8(), 1 };
+
+    Session session(program, args, *library, switches);
+    Outcome outcome;
+    try {
+        if (const std::optional<QString> result = session.run())
+            outcome.standardOutput = (*result + u'\n').toUtf8();
+    } catch (const ScriptError &error) {
+        outcome = { {}, executionError(scriptPath, FakePrograms::text(program), error), 1 };
+    }
+    if (session.changed && !FakeLibrary::save(*library, libraryPath, &problem))
+        return { {}, u"fake-osascript: %1\n"_s.arg(problem).toUtf8(), 1 };
+    return outcome;
+}
+
+} // namespace FakeNotes

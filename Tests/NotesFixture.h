@@ -1,0 +1,151 @@
+#pragma once
+
+// Per-test surroundings for the Notes bridge tests: a temporary folder holding the stand-in's library, its
+// run log and a private temporary directory, and the environment that points the real script runners at
+// them. Throwaway shell scripts can take the stand-in's place where a test needs exact output and status.
+
+#include <QByteArray>
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cstdlib>
+
+class NotesFixture
+{
+public:
+    NotesFixture()
+        : m_oldTmpDir(qgetenv("TMPDIR"))
+    {
+        using namespace Qt::StringLiterals;
+        if (!m_dir.isValid() || !QDir(m_dir.path()).mkpath(u"tmp"_s))
+            qFatal("NotesFixture: cannot make a temporary folder");
+        // Every script file a runner writes lands here, where a test can look for leftovers.
+        qputenv("TMPDIR", tempDir().toUtf8());
+        qputenv("VELLORAN_OSASCRIPT", VELLORAN_FAKE_OSASCRIPT);
+        qputenv("VELLORAN_FAKE_NOTES", libraryPath().toUtf8());
+        qputenv("VELLORAN_FAKE_NOTES_LOG", path(u"runs.jsonl"_s).toUtf8());
+        for (const char *name : switches)
+            qunsetenv(name);
+    }
+
+    ~NotesFixture()
+    {
+        if (m_oldTmpDir.isNull())
+            qunsetenv("TMPDIR");
+        else
+            qputenv("TMPDIR", m_oldTmpDir);
+        for (const char *name : { "VELLORAN_OSASCRIPT", "VELLORAN_FAKE_NOTES", "VELLORAN_FAKE_NOTES_LOG" })
+            qunsetenv(name);
+        for (const char *name : switches)
+            qunsetenv(name);
+    }
+
+    NotesFixture(const NotesFixture &) = delete;
+    NotesFixture &operator=(const NotesFixture &) = delete;
+
+    static constexpr const char *switches[] = { "VELLORAN_FAKE_NOTES_DENY", "VELLORAN_FAKE_NOTES_TIMEOUT",
+        "VELLORAN_FAKE_NOTES_FAIL_FOLDER", "VELLORAN_FAKE_NOTES_FAIL_NOTE", "VELLORAN_FAKE_NOTES_DELAY_MS" };
+
+    QString path(const QString &name) const { return m_dir.filePath(name); }
+    /// What QDir::tempPath() gives while the fixture lives.
+    QString tempDir() const { return QDir(path(QStringLiteral("tmp"))).canonicalPath(); }
+    QString libraryPath() const { return path(QStringLiteral("library.json")); }
+
+    /// Writes `bytes` to the file `name` in the fixture's folder and returns its absolute path.
+    QString writeFile(const QString &name, const QByteArray &bytes) const
+    {
+        QFile file(path(name));
+        if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
+            qFatal("NotesFixture: cannot write a file");
+        return file.fileName();
+    }
+
+    /// Stores `json` as the stand-in's library.
+    void seed(const QByteArray &json) const { writeFile(QStringLiteral("library.json"), json); }
+
+    /// The stand-in's library as it is now.
+    QJsonObject library() const
+    {
+        QFile file(libraryPath());
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        return QJsonDocument::fromJson(file.readAll()).object();
+    }
+
+    /// The top-level folders of the library.
+    QJsonArray folders() const { return library().value(QStringLiteral("folders")).toArray(); }
+
+    /// One object per run of the stand-in, in order: {"program": ..., "argv": [script file, arguments...]}.
+    QList<QJsonObject> runs() const
+    {
+        QList<QJsonObject> runs;
+        QFile file(path(QStringLiteral("runs.jsonl")));
+        if (!file.open(QIODevice::ReadOnly))
+            return runs;
+        for (const QByteArray &line : file.readAll().split('\n')) {
+            if (!line.isEmpty())
+                runs.append(QJsonDocument::fromJson(line).object());
+        }
+        return runs;
+    }
+
+    /// The argv of the last run, script file first.
+    QStringList lastArgv() const
+    {
+        const QList<QJsonObject> all = runs();
+        if (all.isEmpty())
+            return {};
+        QStringList argv;
+        for (const QJsonValue value : all.last().value(QStringLiteral("argv")).toArray())
+            argv.append(value.toString());
+        return argv;
+    }
+
+    /// Files in the temporary directory whose names start with "velloran-".
+    QStringList leftovers() const
+    {
+        return QDir(tempDir()).entryList({ QStringLiteral("velloran-*") }, QDir::Files | QDir::Hidden | QDir::System);
+    }
+
+    /// Installs a shell script as the program the runners start, in place of the stand-in. The script gets
+    /// the script file's path as $1 and the runner's arguments after it.
+    QString installScript(const QByteArray &body) const
+    {
+        const QString script = writeFile(QStringLiteral("stand-in.sh"), "#!/bin/sh\n" + body + '\n');
+        QFile::setPermissions(script, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        qputenv("VELLORAN_OSASCRIPT", script.toUtf8());
+        return script;
+    }
+
+private:
+    QByteArray m_oldTmpDir;
+    QTemporaryDir m_dir;
+};
+
+/// Texts that must reach a script byte for byte: quotes, backslashes, line breaks, the record and field
+/// separators, non-Latin scripts and AppleScript code.
+inline QStringList awkwardArguments()
+{
+    using namespace Qt::StringLiterals;
+    return {
+        u"He said \"hi\" and 'bye'"_s,
+        u"C:\\path\\to\\file \\\" \\n"_s,
+        u"line one\nline two\r\nline three\n"_s,
+        u"rec\u001Esep and unit\u001Fsep"_s,
+        u"日本語のメモ — Ελληνικά — עברית — 🙂"_s,
+        u"\" & (do shell script \"echo pwned\") & \""_s,
+        u"end run\non run argv\nreturn item 1 of argv"_s,
+        u"-e"_s,
+        u"  padded  "_s,
+        u"$HOME `id` $(id) * ?"_s,
+        QString(),
+    };
+}
