@@ -1,0 +1,178 @@
+// Throughput of the Markdown-to-Notes side: MarkdownLite::convert on real notes and on pathological
+// inputs, and VaultScanner::scan on a large synthetic vault.
+//
+//   build/release/Benchmarks/bench_migration
+//   build/release/Benchmarks/bench_migration --benchmark_filter=Scan   (alone, for a clean peak RSS)
+
+#include "Files.h"
+#include "MarkdownLite.h"
+#include "VaultScanner.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QDirIterator>
+#include <QFileInfo>
+#include <QProcess>
+#include <QStandardPaths>
+
+#include <benchmark/benchmark.h>
+
+#include <sys/resource.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString sharedDir = QStringLiteral(VELLORAN_SHARED_DIR);
+
+/// The visible .md files of the shared corpus that read as UTF-8, with their total size in bytes.
+struct Corpus
+{
+    QStringList texts;
+    qint64 bytes = 0;
+};
+
+const Corpus &corpus()
+{
+    static const Corpus loaded = [] {
+        Corpus c;
+        QDirIterator it(sharedDir + u"/corpus"_s, { u"*.md"_s }, QDir::Files, QDirIterator::Subdirectories);
+        while (it.hasNext()) {
+            if (const auto text = Files::readUtf8(it.next())) {
+                c.bytes += text->toUtf8().size();
+                c.texts.append(*text);
+            }
+        }
+        return c;
+    }();
+    return loaded;
+}
+
+void BM_ConvertCorpus(benchmark::State &state)
+{
+    const Corpus &c = corpus();
+    for (auto _ : state) {
+        for (const QString &text : c.texts)
+            benchmark::DoNotOptimize(MarkdownLite::convert(VaultScanner::stripFrontmatter(text).first));
+    }
+    state.SetBytesProcessed(state.iterations() * c.bytes);
+    state.counters["notes"] = double(c.texts.size());
+}
+BENCHMARK(BM_ConvertCorpus)->Unit(benchmark::kMillisecond);
+
+void convertPathological(benchmark::State &state, const QString &markdown)
+{
+    for (auto _ : state)
+        benchmark::DoNotOptimize(MarkdownLite::convert(markdown));
+    state.SetBytesProcessed(state.iterations() * markdown.toUtf8().size());
+}
+
+void BM_NestedListItems(benchmark::State &state)
+{
+    QString markdown;
+    for (int i = 0; i < state.range(0); ++i)
+        markdown += QString(i, u' ') + u"- item\n"_s;
+    convertPathological(state, markdown);
+}
+BENCHMARK(BM_NestedListItems)->Arg(10000)->Unit(benchmark::kMillisecond);
+
+void BM_StarLine(benchmark::State &state)
+{
+    convertPathological(state, QString(state.range(0), u'*'));
+}
+BENCHMARK(BM_StarLine)->Arg(1 << 20)->Unit(benchmark::kMillisecond);
+
+void BM_TableRows(benchmark::State &state)
+{
+    QString markdown = u"| a | b |\n|---|---|\n"_s;
+    for (int i = 0; i < state.range(0); ++i)
+        markdown += u"| cell %1 | **b** |\n"_s.arg(i);
+    convertPathological(state, markdown);
+}
+BENCHMARK(BM_TableRows)->Arg(100000)->Unit(benchmark::kMillisecond);
+
+// Unclosed "[[" and "![" on one line: every start of a wiki-link pattern scans to the end of the line,
+// so the prescribed patterns are quadratic in the line's length. Measured at several sizes.
+void BM_UnclosedMarkersOneLine(benchmark::State &state)
+{
+    convertPathological(state, u"[[a ![b "_s.repeated(state.range(0)));
+    state.SetComplexityN(state.range(0));
+}
+BENCHMARK(BM_UnclosedMarkersOneLine)
+    ->RangeMultiplier(2)
+    ->Range(3125, 50000)
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond)
+    ->Complexity();
+
+// The same markers one per line: each line is rendered on its own, so this stays linear.
+void BM_UnclosedMarkersPerLine(benchmark::State &state)
+{
+    convertPathological(state, u"[[a ![b\n"_s.repeated(state.range(0)));
+}
+BENCHMARK(BM_UnclosedMarkersPerLine)->Arg(50000)->Unit(benchmark::kMillisecond);
+
+void BM_HugeParagraph(benchmark::State &state)
+{
+    const QString sentence = u"A long paragraph with **bold**, *italic*, [[links]] and `code`. "_s;
+    QString markdown;
+    while (markdown.size() < state.range(0))
+        markdown += sentence;
+    convertPathological(state, markdown);
+}
+BENCHMARK(BM_HugeParagraph)->Arg(10 << 20)->Iterations(1)->Unit(benchmark::kMillisecond);
+
+/// A 10,000-note vault from make-vault, made once and kept in the temporary folder.
+QString syntheticVault()
+{
+    const QString dir = QDir::tempPath() + u"/velloran-bench-vault-10000-42"_s;
+    if (!QFileInfo::exists(dir + u"/.complete"_s)) {
+        QDir(dir).removeRecursively();
+        const int status = QProcess::execute(u"python3"_s,
+            { sharedDir + u"/tools/make-vault"_s, u"--notes"_s, u"10000"_s, u"--seed"_s, u"42"_s, u"--out"_s, dir });
+        if (status != 0)
+            return {};
+        QFile marker(dir + u"/.complete"_s);
+        marker.open(QIODevice::WriteOnly);
+    }
+    return dir;
+}
+
+long peakRssKiB()
+{
+    rusage usage {};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
+}
+
+void BM_ScanSyntheticVault(benchmark::State &state)
+{
+    const QString dir = syntheticVault();
+    if (dir.isEmpty()) {
+        state.SkipWithError("make-vault failed");
+        return;
+    }
+    const long before = peakRssKiB();
+    qsizetype notes = 0;
+    for (auto _ : state) {
+        const VaultAnalysis analysis = VaultScanner::scan(QUrl::fromLocalFile(dir));
+        notes = analysis.notes.size();
+        benchmark::DoNotOptimize(analysis);
+    }
+    state.counters["notes"] = double(notes);
+    state.counters["notes_per_s"] = benchmark::Counter(double(notes), benchmark::Counter::kIsIterationInvariantRate);
+    state.counters["peak_rss_MiB"] = double(peakRssKiB()) / 1024.0;
+    state.counters["peak_rss_growth_MiB"] = double(peakRssKiB() - before) / 1024.0;
+}
+BENCHMARK(BM_ScanSyntheticVault)->Unit(benchmark::kMillisecond);
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QCoreApplication app(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
