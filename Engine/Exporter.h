@@ -1,0 +1,85 @@
+#pragma once
+
+#include "NotesExporter.h"
+
+#include <QObject>
+#include <QString>
+#include <QStringList>
+#include <QUrl>
+#include <QVariant>
+
+#include <QCoro/QCoroTask>
+
+#include <optional>
+
+/// The controller of the Notes-to-Markdown direction: loads the Notes folder list, runs one export
+/// (read in one background task, convert and write in a second) and keeps the favourite output folder.
+///
+/// Lives on the main thread; every published property is set there. Progress from the writer's thread
+/// reaches it as one queued call per callback.
+class Exporter : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(double progress READ progress NOTIFY progressChanged)
+    Q_PROPERTY(QString currentNote READ currentNote NOTIFY currentNoteChanged)
+    Q_PROPERTY(bool isRunning READ isRunning NOTIFY isRunningChanged)
+    Q_PROPERTY(QStringList availableFolders READ availableFolders NOTIFY availableFoldersChanged)
+    Q_PROPERTY(bool isLoadingFolders READ isLoadingFolders NOTIFY isLoadingFoldersChanged)
+    /// The last result for the screens: {written, failed: [[a, b], ...], folders: [...]} or undefined.
+    Q_PROPERTY(QVariant result READ resultForView NOTIFY resultChanged)
+    /// The last failure to read from Notes, or undefined.
+    Q_PROPERTY(QVariant errorMessage READ errorMessageForView NOTIFY errorMessageChanged)
+    /// The favourite output folder as a file URL, or undefined. Read from the settings on every read.
+    Q_PROPERTY(QVariant favouriteFolder READ favouriteFolderForView NOTIFY favouriteFolderChanged)
+
+public:
+    /// Settings key; QSettings stores "velloran/favouriteExportFolder" as velloran.favouriteExportFolder
+    /// in the macOS user defaults.
+    static inline const QString favouriteKey = QStringLiteral("velloran/favouriteExportFolder");
+
+    explicit Exporter(QObject *parent = nullptr);
+    ~Exporter() override;
+
+    double progress() const { return m_progress; }
+    QString currentNote() const { return m_currentNote; }
+    bool isRunning() const { return m_isRunning; }
+    QStringList availableFolders() const { return m_availableFolders; }
+    bool isLoadingFolders() const { return m_isLoadingFolders; }
+    const std::optional<NotesExporter::Result> &result() const { return m_result; }
+    const std::optional<QString> &errorMessage() const { return m_errorMessage; }
+
+    /// The stored favourite folder, when a non-empty path is stored. Existence is not checked.
+    std::optional<QUrl> favouriteFolder() const;
+    /// Stores the folder's path as the favourite, or forgets the favourite.
+    void setFavourite(const std::optional<QUrl> &folder);
+
+    /// Fills availableFolders from Notes.
+    QCoro::Task<> loadFolders();
+    /// Exports the named folders (all folders when empty) into `to`, leaving the outcome in result.
+    QCoro::Task<> exportNotes(QStringList selectedFolders, QUrl to);
+    /// Clears the outcome of a finished export.
+    Q_INVOKABLE void reset();
+
+    QVariant resultForView() const;
+    QVariant errorMessageForView() const;
+    QVariant favouriteFolderForView() const;
+
+signals:
+    void progressChanged();
+    void currentNoteChanged();
+    void isRunningChanged();
+    void availableFoldersChanged();
+    void isLoadingFoldersChanged();
+    void resultChanged();
+    void errorMessageChanged();
+    void favouriteFolderChanged();
+
+private:
+    double m_progress = 0;
+    QString m_currentNote;
+    bool m_isRunning = false;
+    QStringList m_availableFolders;
+    bool m_isLoadingFolders = false;
+    std::optional<NotesExporter::Result> m_result;
+    std::optional<QString> m_errorMessage;
+};
