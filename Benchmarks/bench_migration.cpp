@@ -91,8 +91,10 @@ void BM_TableRows(benchmark::State &state)
 }
 BENCHMARK(BM_TableRows)->Arg(100000)->Unit(benchmark::kMillisecond);
 
-// Unclosed "[[" and "![" on one line: every start of a wiki-link pattern scans to the end of the line,
-// so the prescribed patterns are quadratic in the line's length. Measured at several sizes.
+// Unclosed "[[" and "![" on one line: from every "[[" the wiki-link patterns scan to the end of the line
+// looking for "]]", so these patterns are quadratic in the line's length. Measured at growing sizes
+// (about 4.6 s of CPU for 3,125 markers, 31 s for 8,192); 50,000 markers on one line would take tens of
+// minutes, so that size is left out here. One marker per line stays linear (the next benchmark).
 void BM_UnclosedMarkersOneLine(benchmark::State &state)
 {
     convertPathological(state, u"[[a ![b "_s.repeated(state.range(0)));
@@ -100,7 +102,7 @@ void BM_UnclosedMarkersOneLine(benchmark::State &state)
 }
 BENCHMARK(BM_UnclosedMarkersOneLine)
     ->RangeMultiplier(2)
-    ->Range(3125, 50000)
+    ->Range(1024, 4096)
     ->Iterations(1)
     ->Unit(benchmark::kMillisecond)
     ->Complexity();
