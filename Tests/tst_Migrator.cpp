@@ -1,0 +1,620 @@
+// Tests of the migration controller: one run of a scanned folder into the Notes stand-in (fake-osascript),
+// through the real script runners, with what it publishes on the way and the report at the end.
+
+#include "MarkdownLite.h"
+#include "Migrator.h"
+#include "NotesFixture.h"
+#include "TestUtil.h"
+#include "VaultScanner.h"
+
+#include <QDirIterator>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QPointer>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTest>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+using Pairs = QList<std::pair<QString, QString>>;
+
+namespace {
+
+QJsonObject childNamed(const QJsonArray &folders, const QString &name)
+{
+    for (const QJsonValue folder : folders) {
+        if (folder.toObject().value(u"name"_s).toString() == name)
+            return folder.toObject();
+    }
+    return {};
+}
+
+QStringList names(const QJsonArray &items)
+{
+    QStringList list;
+    for (const QJsonValue item : items)
+        list.append(item.toObject().value(u"name"_s).toString());
+    return list;
+}
+
+QStringList strings(const QJsonValue &array)
+{
+    QStringList list;
+    for (const QJsonValue value : array.toArray())
+        list.append(value.toString());
+    return list;
+}
+
+/// The arguments (script file dropped) of every run of one program, in order.
+QList<QStringList> argumentsOf(const NotesFixture &fixture, const QString &program)
+{
+    QList<QStringList> all;
+    for (const QJsonObject &run : fixture.runs()) {
+        if (run.value(u"program"_s).toString() == program)
+            all.append(strings(run.value(u"argv"_s)).mid(1));
+    }
+    return all;
+}
+
+/// The body that Notes keeps for a note made from `html`, for bodies without headings or images.
+QString keptBody(const QString &title, const QString &html)
+{
+    return u"<div>"_s + title + u"</div>"_s + html;
+}
+
+/// What a refused Automation permission (-1743) is reported as.
+QString refusedText()
+{
+    return u"Permission needed: System Settings → Privacy & Security → Automation → Velloran → Notes"_s;
+}
+
+/// A failure text of a script run, with the script file's name and the character range left open.
+QRegularExpression scriptFailure(const QString &tempDir, const QString &error)
+{
+    return QRegularExpression(u"^Apple Notes error: "_s + QRegularExpression::escape(tempDir)
+        + u"/velloran-[^/]+\\.applescript:\\d+:\\d+: execution error: "_s + QRegularExpression::escape(error) + u"$"_s);
+}
+
+} // namespace
+
+class tst_Migrator : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<NotesFixture> fixture;
+    QString vault;
+
+    /// Scans the test's vault.
+    VaultAnalysis scan() const { return VaultScanner::scan(QUrl::fromLocalFile(vault)); }
+
+    /// Runs one migration to its end and returns the published report.
+    Migrator::Report migrate(Migrator &migrator, const VaultAnalysis &analysis)
+    {
+        QSignalSpy finished(&migrator, &Migrator::reportChanged);
+        auto task = migrator.migrate(analysis, QUrl::fromLocalFile(vault));
+        if (finished.isEmpty())
+            finished.wait(120000);
+        if (finished.size() != 1 || !migrator.report()) {
+            qWarning("the migration did not end with one report");
+            return {};
+        }
+        return *migrator.report();
+    }
+
+    /// The folder "Imported by Velloran" in the stand-in's library.
+    QJsonObject root() const { return childNamed(fixture->folders(), Migrator::rootFolderName); }
+
+    void write(const QString &relativePath, const QByteArray &bytes) const
+    {
+        TestUtil::writeFile(vault, relativePath, bytes);
+    }
+
+private slots:
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+
+    void init()
+    {
+        fixture = std::make_unique<NotesFixture>();
+        vault = fixture->path(u"vault"_s);
+        QVERIFY(QDir().mkpath(vault));
+    }
+
+    void cleanup()
+    {
+        // No body file or script file outlives a run, whatever its outcome.
+        QCOMPARE(fixture->leftovers(), QStringList());
+        fixture.reset();
+    }
+
+    void initialState()
+    {
+        Migrator migrator;
+        QCOMPARE(migrator.progress(), 0.0);
+        QCOMPARE(migrator.currentNote(), QString());
+        QCOMPARE(migrator.isRunning(), false);
+        QVERIFY(!migrator.report());
+        QVERIFY(!migrator.property("report").isValid());
+        const Migrator::Report fresh;
+        QCOMPARE(fresh.notesCreated, 0);
+        QCOMPARE(fresh.notesSkipped, 0);
+        QVERIFY(fresh.notesFailed.isEmpty());
+        QVERIFY(fresh.notesMisfiled.isEmpty());
+        QCOMPARE(fresh.imagesAttached, 0);
+        QVERIFY(fresh.imagesMissing.isEmpty());
+        QVERIFY(fresh.foldersFlattened.isEmpty());
+        QCOMPARE(fresh.wikilinksDegraded, 0);
+    }
+
+    void emptyVaultMakesOnlyTheRootFolder()
+    {
+        Migrator migrator;
+        const Migrator::Report report = migrate(migrator, scan());
+        QCOMPARE(report, Migrator::Report());
+        QCOMPARE(migrator.progress(), 1.0);
+        QCOMPARE(migrator.currentNote(), QString());
+        QCOMPARE(migrator.isRunning(), false);
+        QCOMPARE(names(fixture->folders()), QStringList { u"Imported by Velloran"_s });
+        QCOMPARE(root().value(u"folders"_s).toArray().size(), 0);
+        QCOMPARE(root().value(u"notes"_s).toArray().size(), 0);
+        QCOMPARE(fixture->runs().size(), 1);
+        QCOMPARE(argumentsOf(*fixture, u"ensure-folder"_s), QList<QStringList> { { u"Imported by Velloran"_s } });
+    }
+
+    void notesLandInTheirFolders()
+    {
+        write(u"Top.md"_s, "Hello *there*\n");
+        write(u"A/In A.md"_s, "In A\n");
+        write(u"A/B/C/Deep.md"_s, "Deep down\n");
+        Migrator migrator;
+        const Migrator::Report report = migrate(migrator, scan());
+
+        QCOMPARE(report.notesCreated, 3);
+        QCOMPARE(report.notesSkipped, 0);
+        QCOMPARE(report.notesFailed, Pairs());
+        QCOMPARE(report.notesMisfiled, Pairs());
+        // A one-component path is never listed as flattened.
+        QCOMPARE(report.foldersFlattened, QStringList { u"A/B/C"_s });
+
+        const QJsonObject imported = root();
+        QCOMPARE(names(imported.value(u"notes"_s).toArray()), QStringList { u"Top"_s });
+        QCOMPARE(imported.value(u"notes"_s).toArray().at(0).toObject().value(u"body"_s).toString(),
+            u"<div>Top</div><div>Hello <i>there</i></div>\n<div><br></div>"_s);
+        QCOMPARE(names(imported.value(u"folders"_s).toArray()), (QStringList { u"A"_s, u"A ▸ B ▸ C"_s }));
+        const QJsonObject a = childNamed(imported.value(u"folders"_s).toArray(), u"A"_s);
+        QCOMPARE(names(a.value(u"notes"_s).toArray()), QStringList { u"In A"_s });
+        const QJsonObject abc = childNamed(imported.value(u"folders"_s).toArray(), u"A ▸ B ▸ C"_s);
+        QCOMPARE(names(abc.value(u"notes"_s).toArray()), QStringList { u"Deep"_s });
+        QCOMPARE(abc.value(u"notes"_s).toArray().at(0).toObject().value(u"body"_s).toString(),
+            u"<div>Deep</div><div>Deep down</div>\n<div><br></div>"_s);
+        // The subfolder of A ▸ B ▸ C is one level down: A holds no folder of its own.
+        QCOMPARE(a.value(u"folders"_s).toArray().size(), 0);
+    }
+
+    void subfoldersAreEnsuredInPlainOrder()
+    {
+        for (const char *path : { "b/n1.md", "a/n2.md", "B/n3.md", "a/b/n4.md", "Ä/n5.md", "a b/n6.md" })
+            write(QString::fromUtf8(path), "x\n");
+        Migrator migrator;
+        const Migrator::Report report = migrate(migrator, scan());
+        QCOMPARE(report.notesCreated, 6);
+        QCOMPARE(report.foldersFlattened, QStringList { u"a/b"_s });
+        const QList<QStringList> expected { { u"Imported by Velloran"_s, u"B"_s },
+            { u"Imported by Velloran"_s, u"a"_s }, { u"Imported by Velloran"_s, u"a b"_s },
+            { u"Imported by Velloran"_s, u"a ▸ b"_s }, { u"Imported by Velloran"_s, u"b"_s },
+            { u"Imported by Velloran"_s, u"Ä"_s } };
+        QCOMPARE(argumentsOf(*fixture, u"ensure-subfolder"_s), expected);
+    }
+
+    void notesAreCreatedInAnalysisOrderWithTheirArguments()
+    {
+        write(u"Zeta.md"_s, "z\n");
+        write(u"F/alpha.md"_s, "a\n");
+        write(u"Mid.md"_s, "m\n");
+        Migrator migrator;
+        const VaultAnalysis analysis = scan();
+        migrate(migrator, analysis);
+        const QList<QStringList> created = argumentsOf(*fixture, u"create-note"_s);
+        QCOMPARE(created.size(), 3);
+        // root, subfolder ("" for the root itself), title, body file, then the attachments.
+        QCOMPARE(created.at(0).mid(0, 3), (QStringList { u"Imported by Velloran"_s, u"F"_s, u"alpha"_s }));
+        QCOMPARE(created.at(1).mid(0, 3), (QStringList { u"Imported by Velloran"_s, QString(), u"Mid"_s }));
+        QCOMPARE(created.at(2).mid(0, 3), (QStringList { u"Imported by Velloran"_s, QString(), u"Zeta"_s }));
+        const QRegularExpression bodyFile(u"^"_s + QRegularExpression::escape(fixture->tempDir())
+            + u"/velloran-body-[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}\\.html$"_s);
+        for (const QStringList &arguments : created) {
+            QCOMPARE(arguments.size(), 4);
+            QVERIFY2(bodyFile.match(arguments.at(3)).hasMatch(), qPrintable(arguments.at(3)));
+        }
+        QCOMPARE(created.at(0).at(3) == created.at(1).at(3), false);
+    }
+
+    void publishedStateInOrder()
+    {
+        write(u"One.md"_s, "1\n");
+        write(u"Two.md"_s, "2\n");
+        write(u"Three.md"_s, "3\n");
+        write(u"Four.md"_s, "4\n");
+        Migrator migrator;
+        QStringList events;
+        QList<double> progress;
+        connect(&migrator, &Migrator::progressChanged, this, [&] {
+            progress.append(migrator.progress());
+            events.append(u"progress "_s + QString::number(migrator.progress()));
+        });
+        connect(&migrator, &Migrator::currentNoteChanged, this,
+            [&] { events.append(u"note "_s + migrator.currentNote()); });
+        connect(&migrator, &Migrator::isRunningChanged, this,
+            [&] { events.append(u"running "_s + (migrator.isRunning() ? u"true"_s : u"false"_s)); });
+        connect(&migrator, &Migrator::reportChanged, this, [&] { events.append(u"report"_s); });
+        QSignalSpy progressSpy(&migrator, &Migrator::progressChanged);
+
+        migrate(migrator, scan());
+
+        // Titles in locale order: Four, One, Three, Two. Progress 0 is not announced: it did not change.
+        const QStringList expected { u"running true"_s, u"note Four"_s, u"note One"_s, u"progress 0.25"_s,
+            u"note Three"_s, u"progress 0.5"_s, u"note Two"_s, u"progress 0.75"_s, u"progress 1"_s, u"note "_s,
+            u"running false"_s, u"report"_s };
+        QCOMPARE(events, expected);
+        QCOMPARE(progressSpy.size(), 4);
+        // Before the last note, (total - 1) / total; exactly 1 only at the end.
+        QCOMPARE(progress, (QList<double> { 0.25, 0.5, 0.75, 1.0 }));
+        QCOMPARE(progress.count(1.0), 1);
+        QVERIFY(progress.at(2) == 3.0 / 4.0);
+
+        // A second run starts again from 0 and keeps the last report until its own ends.
+        events.clear();
+        progress.clear();
+        QSignalSpy reportSpy(&migrator, &Migrator::reportChanged);
+        auto task = migrator.migrate(scan(), QUrl::fromLocalFile(vault));
+        QCOMPARE(migrator.isRunning(), true);
+        QVERIFY(migrator.report().has_value());
+        QCOMPARE(migrator.report()->notesCreated, 4);
+        QTRY_COMPARE_WITH_TIMEOUT(reportSpy.size(), 1, 60000);
+        QCOMPARE(events.mid(0, 3), (QStringList { u"running true"_s, u"progress 0"_s, u"note Four"_s }));
+        QCOMPARE(migrator.report()->notesSkipped, 4);
+        QCOMPARE(migrator.report()->notesCreated, 0);
+    }
+
+    void rerunSkipsEverythingAndDuplicatesNothing()
+    {
+        write(u"Root note.md"_s, "![p](pic.png) [[Link]]\n");
+        write(u"pic.png"_s, "png");
+        write(u"F/G/Deep.md"_s, "deep [[x]] [[y]]\n");
+        Migrator migrator;
+        const Migrator::Report first = migrate(migrator, scan());
+        QCOMPARE(first.notesCreated, 2);
+        QCOMPARE(first.imagesAttached, 1);
+        QCOMPARE(first.wikilinksDegraded, 3);
+        const QJsonObject before = fixture->library();
+
+        const Migrator::Report second = migrate(migrator, scan());
+        Migrator::Report expected;
+        expected.notesSkipped = 2;
+        expected.foldersFlattened = QStringList { u"F/G"_s };
+        QCOMPARE(second, expected);
+        QCOMPARE(fixture->library(), before);
+    }
+
+    void existingNoteCountsOnlyAsSkipped()
+    {
+        fixture->seed(R"({"folders": [{"name": "Imported by Velloran", "folders": [{"name": "Trips",
+            "notes": [{"name": "Beach", "body": "<div>Beach</div><div>old</div>"}]}]}]})");
+        write(u"Trips/Beach.md"_s, "![[sand.png]] ![x](https://example.com/a.png) [[Sea]] [[Sun]]\n");
+        write(u"Trips/sand.png"_s, "png");
+        Migrator migrator;
+        const Migrator::Report report = migrate(migrator, scan());
+        Migrator::Report expected;
+        expected.notesSkipped = 1;
+        // The remote image is recorded while the note is prepared, before Notes is asked.
+        expected.imagesMissing = QStringList { u"Beach: https://example.com/a.png"_s };
+        QCOMPARE(report, expected);
+        const QJsonObject trips = childNamed(root().value(u"folders"_s).toArray(), u"Trips"_s);
+        QCOMPARE(trips.value(u"notes"_s).toArray().size(), 1);
+        QCOMPARE(trips.value(u"notes"_s).toArray().at(0).toObject().value(u"body"_s).toString(),
+            u"<div>Beach</div><div>old</div>"_s);
+    }
+
+    void rootFolderRefused()
+    {
+        write(u"A/Note.md"_s, "text\n");
+        qputenv("VELLORAN_FAKE_NOTES_DENY", "1");
+        Migrator migrator;
+        QStringList events;
+        connect(&migrator, &Migrator::progressChanged, this, [&] { events.append(u"progress"_s); });
+        connect(&migrator, &Migrator::currentNoteChanged, this, [&] { events.append(u"note"_s); });
+        connect(&migrator, &Migrator::isRunningChanged, this,
+            [&] { events.append(u"running "_s + (migrator.isRunning() ? u"true"_s : u"false"_s)); });
+        connect(&migrator, &Migrator::reportChanged, this, [&] { events.append(u"report"_s); });
+        const Migrator::Report report = migrate(migrator, scan());
+
+        Migrator::Report expected;
+        expected.notesFailed = { { u"(setup)"_s, refusedText() } };
+        QCOMPARE(report, expected);
+        QCOMPARE(events, (QStringList { u"running true"_s, u"running false"_s, u"report"_s }));
+        QCOMPARE(migrator.progress(), 0.0);
+        QCOMPARE(migrator.currentNote(), QString());
+        // Nothing after the refused root folder was tried.
+        QCOMPARE(fixture->runs().size(), 1);
+        QCOMPARE(fixture->folders().size(), 0);
+    }
+
+    void rootFolderTimesOut()
+    {
+        write(u"Note.md"_s, "text\n");
+        qputenv("VELLORAN_FAKE_NOTES_TIMEOUT", "1");
+        Migrator migrator;
+        const Migrator::Report report = migrate(migrator, scan());
+        QCOMPARE(report.notesFailed.size(), 1);
+        QCOMPARE(report.notesFailed.at(0).first, u"(setup)"_s);
+        const QString reason = report.notesFailed.at(0).second;
+        QVERIFY2(scriptFailure(fixture->tempDir(), u"Notes got an error: AppleEvent timed out. (-1712)"_s)
+                     .match(reason)
+                     .hasMatch(),
+            qPrintable(reason));
+        QCOMPARE(report.notesCreated, 0);
+        QCOMPARE(migrator.progress(), 0.0);
+    }
+
+    void failingSubfolderMisfilesItsNotes()
+    {
+        write(u"Good/Kept.md"_s, "kept\n");
+        write(u"Bad/Stray.md"_s, "stray [[w]]\n");
+        write(u"Bad/Other.md"_s, "other\n");
+        write(u"Bad/x.png"_s, "png");
+        write(u"Bad/Pictured.md"_s, "![[x.png]]\n");
+        qputenv("VELLORAN_FAKE_NOTES_FAIL_FOLDER", "Bad");
+        Migrator migrator;
+        const Migrator::Report report = migrate(migrator, scan());
+
+        QCOMPARE(report.notesFailed.size(), 1);
+        QCOMPARE(report.notesFailed.at(0).first, u"(folder Bad)"_s);
+        QVERIFY2(scriptFailure(fixture->tempDir(), u"Notes got an error: AppleEvent handler failed. (-10000)"_s)
+                     .match(report.notesFailed.at(0).second)
+                     .hasMatch(),
+            qPrintable(report.notesFailed.at(0).second));
+        // Misfiled notes are counted only as misfiled, never also as created; their images and wikilinks count.
+        QCOMPARE(report.notesCreated, 1);
+        QCOMPARE(report.notesMisfiled,
+            (Pairs { { u"Other"_s, u"Bad"_s }, { u"Pictured"_s, u"Bad"_s }, { u"Stray"_s, u"Bad"_s } }));
+        QCOMPARE(report.imagesAttached, 1);
+        QCOMPARE(report.wikilinksDegraded, 1);
+        QCOMPARE(names(root().value(u"notes"_s).toArray()), (QStringList { u"Other"_s, u"Pictured"_s, u"Stray"_s }));
+        QCOMPARE(names(root().value(u"folders"_s).toArray()), QStringList { u"Good"_s });
+    }
+
+    void folderMissingFromTheAnalysisMisfiles()
+    {
+        write(u"Known/A.md"_s, "a\n");
+        write(u"Unknown/B.md"_s, "b\n");
+        VaultAnalysis analysis = scan();
+        analysis.folders.remove(u"Unknown"_s);
+        Migrator migrator;
+        const Migrator::Report report = migrate(migrator, analysis);
+        QCOMPARE(report.notesFailed, Pairs());
+        QCOMPARE(report.notesCreated, 1);
+        QCOMPARE(report.notesMisfiled, (Pairs { { u"B"_s, u"Unknown"_s } }));
+    }
+
+    void unreadableFilesFailAndTheRunGoesOn()
+    {
+        write(u"Before.md"_s, "before\n");
+        write(u"Broken.md"_s, "fine at scan time\n");
+        write(u"Gone.md"_s, "deleted after the scan\n");
+        write(u"Last.md"_s, "last\n");
+        const VaultAnalysis analysis = scan();
+        write(u"Broken.md"_s, "caf\xe9\n"); // Latin-1, not UTF-8
+        QVERIFY(QFile::remove(vault + u"/Gone.md"_s));
+        Migrator migrator;
+        const Migrator::Report report = migrate(migrator, analysis);
+        QCOMPARE(report.notesFailed,
+            (Pairs { { u"Broken"_s, u"Couldn't read the file"_s }, { u"Gone"_s, u"Couldn't read the file"_s } }));
+        QCOMPARE(report.notesCreated, 2);
+        QCOMPARE(argumentsOf(*fixture, u"create-note"_s).size(), 2);
+    }
+
+    void bodyFileThatCannotBeWrittenFailsTheNote()
+    {
+        write(u"First.md"_s, "first\n");
+        write(u"Second.md"_s, "second\n");
+        write(u"Third.md"_s, "third\n");
+        const QByteArray tempDir = qgetenv("TMPDIR");
+        // While the second note is prepared, the temporary directory is a file, so nothing can be made in it.
+        const QString notAFolder = fixture->writeFile(u"not a folder"_s, "file");
+        Migrator migrator;
+        connect(&migrator, &Migrator::currentNoteChanged, this,
+            [&] { qputenv("TMPDIR", migrator.currentNote() == u"Second"_s ? notAFolder.toUtf8() : tempDir); });
+        const Migrator::Report report = migrate(migrator, scan());
+        qputenv("TMPDIR", tempDir);
+
+        QCOMPARE(report.notesCreated, 2);
+        QCOMPARE(report.notesFailed.size(), 1);
+        QCOMPARE(report.notesFailed.at(0).first, u"Second"_s);
+        // The system's text.
+        QCOMPARE(report.notesFailed.at(0).second, u"Not a directory"_s);
+        QVERIFY(QFileInfo(notAFolder).isFile());
+        QCOMPARE(names(root().value(u"notes"_s).toArray()), (QStringList { u"First"_s, u"Third"_s }));
+    }
+
+    void scriptFailureForOneNote()
+    {
+        write(u"Alpha.md"_s, "a\n");
+        write(u"Beta.md"_s, "b ![[pic.png]] [[link]]\n");
+        write(u"pic.png"_s, "png");
+        write(u"Gamma.md"_s, "c\n");
+        qputenv("VELLORAN_FAKE_NOTES_FAIL_NOTE", "Beta");
+        Migrator migrator;
+        const Migrator::Report report = migrate(migrator, scan());
+        QCOMPARE(report.notesCreated, 2);
+        QCOMPARE(report.imagesAttached, 0);
+        QCOMPARE(report.wikilinksDegraded, 0);
+        QCOMPARE(report.notesFailed.size(), 1);
+        QCOMPARE(report.notesFailed.at(0).first, u"Beta"_s);
+        QVERIFY2(scriptFailure(fixture->tempDir(), u"Notes got an error: AppleEvent handler failed. (-10000)"_s)
+                     .match(report.notesFailed.at(0).second)
+                     .hasMatch(),
+            qPrintable(report.notesFailed.at(0).second));
+        QCOMPARE(names(root().value(u"notes"_s).toArray()), (QStringList { u"Alpha"_s, u"Gamma"_s }));
+    }
+
+    void imagesResolveOrGoMissing()
+    {
+        write(u"Notes/Pictures.md"_s,
+            "![a](http://example.com/a.png)\n"
+            "![b](https://example.com/b.png)\n"
+            "![c](HTTPS://example.com/local.png)\n"
+            "![d](beside%20me.png)\n"
+            "![e](assets/at%20root.png)\n"
+            "![f](somewhere/else/Indexed.PNG)\n"
+            "![g](nowhere.png)\n"
+            "![h](bad%zzescape.png)\n"
+            "![i](beside%20me.png)\n");
+        write(u"Notes/beside me.png"_s, "1");
+        write(u"assets/at root.png"_s, "2");
+        write(u"deep/er/indexed.png"_s, "3");
+        write(u"local.png"_s, "4");
+        Migrator migrator;
+        const Migrator::Report report = migrate(migrator, scan());
+        QCOMPARE(report.notesCreated, 1);
+        QCOMPARE(report.imagesMissing,
+            (QStringList { u"Pictures: http://example.com/a.png"_s, u"Pictures: https://example.com/b.png"_s,
+                u"Pictures: nowhere.png"_s, u"Pictures: bad%zzescape.png"_s }));
+        // The upper-case scheme is not remote: its last component is found in the index. The same file
+        // referenced twice is attached twice.
+        QCOMPARE(report.imagesAttached, 5);
+        const QList<QStringList> created = argumentsOf(*fixture, u"create-note"_s);
+        QCOMPARE(created.size(), 1);
+        QCOMPARE(created.at(0).mid(4),
+            (QStringList { vault + u"/local.png"_s, vault + u"/Notes/beside me.png"_s, vault + u"/assets/at root.png"_s,
+                vault + u"/deep/er/indexed.png"_s, vault + u"/Notes/beside me.png"_s }));
+        const QJsonObject note
+            = childNamed(root().value(u"folders"_s).toArray(), u"Notes"_s).value(u"notes"_s).toArray().at(0).toObject();
+        QCOMPARE(strings(note.value(u"attachments"_s)),
+            (QStringList {
+                u"local.png"_s, u"beside me.png"_s, u"at root.png"_s, u"indexed.png"_s, u"beside me.png"_s }));
+    }
+
+    void sameImageNameTheLastOneWalkedWins()
+    {
+        write(u"one/Pic.PNG"_s, "first");
+        write(u"two/Pic.PNG"_s, "second");
+        write(u"three/deeper/Pic.PNG"_s, "third");
+        write(u"Notes/Uses.md"_s, "![[pic.png]]\n");
+        // Which one comes last depends on the walk; the same walk decides the expectation.
+        QString last;
+        QDirIterator it(vault, QDir::Files, QDirIterator::Subdirectories);
+        while (it.hasNext()) {
+            const QString path = it.next();
+            if (it.fileName() == u"Pic.PNG"_s)
+                last = path;
+        }
+        Migrator migrator;
+        const Migrator::Report report = migrate(migrator, scan());
+        QCOMPARE(report.imagesAttached, 1);
+        QCOMPARE(argumentsOf(*fixture, u"create-note"_s).at(0).mid(4), QStringList { last });
+    }
+
+    void hiddenImagesAreNotIndexed()
+    {
+        write(u".hidden/only.png"_s, "h");
+        write(u"Note.md"_s, "![[only.png]]\n");
+        Migrator migrator;
+        const Migrator::Report report = migrate(migrator, scan());
+        QCOMPARE(report.imagesMissing, QStringList { u"Note: only.png"_s });
+        QCOMPARE(report.imagesAttached, 0);
+    }
+
+    void frontmatterIsStrippedWhenFlagged()
+    {
+        write(u"With.md"_s, "---\ntags: [a]\n---\nBody text\n");
+        write(u"Crlf.md"_s, "---\r\ntags: [a]\r\n---\r\nBody\r\n");
+        Migrator migrator;
+        const VaultAnalysis analysis = scan();
+        migrate(migrator, analysis);
+        const QJsonArray notes = root().value(u"notes"_s).toArray();
+        QCOMPARE(names(notes), (QStringList { u"Crlf"_s, u"With"_s }));
+        QCOMPARE(notes.at(1).toObject().value(u"body"_s).toString(),
+            keptBody(u"With"_s, MarkdownLite::convert(u"Body text\n"_s).html));
+        QCOMPARE(notes.at(1).toObject().value(u"body"_s).toString(),
+            u"<div>With</div><div>Body text</div>\n<div><br></div>"_s);
+        // A file with CRLF line ends keeps its block: it is not stripped.
+        QCOMPARE(notes.at(0).toObject().value(u"body"_s).toString(),
+            keptBody(u"Crlf"_s, MarkdownLite::convert(u"---\r\ntags: [a]\r\n---\r\nBody\r\n"_s).html));
+    }
+
+    void stopsAfterTheNoteInFlight()
+    {
+        for (const char *name : { "n1.md", "n2.md", "n3.md", "n4.md" })
+            write(QString::fromUtf8(name), "x\n");
+        Migrator migrator;
+        const auto stopper = connect(&migrator, &Migrator::currentNoteChanged, this, [&] {
+            if (migrator.currentNote() == u"n2"_s)
+                migrator.requestStop();
+        });
+        const Migrator::Report report = migrate(migrator, scan());
+        QCOMPARE(report.notesCreated, 2);
+        QCOMPARE(names(root().value(u"notes"_s).toArray()), (QStringList { u"n1"_s, u"n2"_s }));
+        QCOMPARE(migrator.isRunning(), false);
+        QCOMPARE(migrator.currentNote(), QString());
+
+        // The request does not outlive its run: the next one goes to the end.
+        disconnect(stopper);
+        const Migrator::Report next = migrate(migrator, scan());
+        QCOMPARE(next.notesSkipped, 2);
+        QCOMPARE(next.notesCreated, 2);
+    }
+
+    void controllerDeletedWhileANoteIsInFlight()
+    {
+        write(u"Only.md"_s, "x\n");
+        write(u"Never.md"_s, "y\n");
+        auto *migrator = new Migrator;
+        QPointer<Migrator> watch(migrator);
+        connect(migrator, &Migrator::currentNoteChanged, this, [migrator] { migrator->deleteLater(); });
+        auto task = migrator->migrate(scan(), QUrl::fromLocalFile(vault));
+        QTRY_VERIFY_WITH_TIMEOUT(watch.isNull(), 60000);
+        QTRY_VERIFY_WITH_TIMEOUT(task.isReady(), 60000);
+        // The note in flight finished; nothing after it was started, and its body file is gone.
+        QCOMPARE(argumentsOf(*fixture, u"create-note"_s).size(), 1);
+    }
+
+    void reportForTheScreens()
+    {
+        Migrator::Report report;
+        report.notesCreated = 3;
+        report.notesSkipped = 1;
+        report.notesFailed = { { u"(setup)"_s, u"why"_s } };
+        report.notesMisfiled = { { u"T"_s, u"A/B"_s } };
+        report.imagesAttached = 2;
+        report.imagesMissing = { u"T: x.png"_s };
+        report.foldersFlattened = { u"A/B"_s };
+        report.wikilinksDegraded = 7;
+        const QVariantMap map = Migrator::reportToVariant(report);
+        QCOMPARE(map.keys(),
+            (QStringList { u"foldersFlattened"_s, u"imagesAttached"_s, u"imagesMissing"_s, u"notesCreated"_s,
+                u"notesFailed"_s, u"notesMisfiled"_s, u"notesSkipped"_s, u"wikilinksDegraded"_s }));
+        QCOMPARE(map.value(u"notesCreated"_s).toLongLong(), 3);
+        QCOMPARE(map.value(u"notesSkipped"_s).toLongLong(), 1);
+        QCOMPARE(map.value(u"notesFailed"_s).toList().at(0).toStringList(), (QStringList { u"(setup)"_s, u"why"_s }));
+        QCOMPARE(map.value(u"notesMisfiled"_s).toList().at(0).toStringList(), (QStringList { u"T"_s, u"A/B"_s }));
+        QCOMPARE(map.value(u"imagesAttached"_s).toLongLong(), 2);
+        QCOMPARE(map.value(u"imagesMissing"_s).toStringList(), QStringList { u"T: x.png"_s });
+        QCOMPARE(map.value(u"foldersFlattened"_s).toStringList(), QStringList { u"A/B"_s });
+        QCOMPARE(map.value(u"wikilinksDegraded"_s).toLongLong(), 7);
+
+        Migrator migrator;
+        QSignalSpy changed(&migrator, &Migrator::reportChanged);
+        migrator.setReport(report);
+        QCOMPARE(changed.size(), 1);
+        QCOMPARE(migrator.property("report").toMap(), map);
+        migrator.clearReport();
+        QCOMPARE(changed.size(), 2);
+        QVERIFY(!migrator.report());
+        QVERIFY(!migrator.property("report").isValid());
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_Migrator)
+#include "tst_Migrator.moc"
