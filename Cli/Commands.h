@@ -9,3 +9,6 @@ class App;
 
 /// analyze, render
 void addMigrationCommands(CLI::App &app, int &exitCode);
+
+/// to-markdown
+void addExportCommands(CLI::App &app, int &exitCode);
