@@ -12,3 +12,6 @@ void addMigrationCommands(CLI::App &app, int &exitCode);
 
 /// to-markdown
 void addExportCommands(CLI::App &app, int &exitCode);
+
+/// folders
+void addNotesCommands(CLI::App &app, int &exitCode);

@@ -19,6 +19,7 @@ int main(int argc, char **argv)
 
     int exitCode = 0;
     addMigrationCommands(app, exitCode);
+    addNotesCommands(app, exitCode);
     addExportCommands(app, exitCode);
 
     try {

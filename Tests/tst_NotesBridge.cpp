@@ -16,9 +16,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString permissionText
-    = u"Permission needed: System Settings → Privacy & Security → Automation → Velloran → Notes"_s;
-
 /// A program written out as (indent, text) lines, joined by line feeds with none after the last.
 QString program(const QList<std::pair<int, QString>> &lines)
 {
@@ -185,39 +182,7 @@ private slots:
         QCOMPARE(NotesBridge::run(u"script"_s, {}), QString());
     }
 
-    void runFailure_data()
-    {
-        QTest::addColumn<QByteArray>("shell");
-        QTest::addColumn<QString>("message");
-        QTest::addColumn<QString>("description");
-
-        QTest::addRow("Automation refused")
-            << QByteArray("echo '/t/x.applescript:91:134: execution error: Not authorized to send Apple events to "
-                          "Notes. (-1743)' >&2; exit 1")
-            << u"/t/x.applescript:91:134: execution error: Not authorized to send Apple events to Notes. (-1743)"_s
-            << permissionText;
-        QTest::addRow("-1743 anywhere in the text")
-            << QByteArray("printf 'error -1743 happened\\nand more\\n' >&2; exit 1")
-            << u"error -1743 happened\nand more"_s << permissionText;
-        QTest::addRow("1743 without the minus sign") << QByteArray("printf 'number (1743)' >&2; exit 1")
-                                                     << u"number (1743)"_s << u"Apple Notes error: number (1743)"_s;
-        QTest::addRow("two spaces, a word and a newline")
-            << QByteArray("printf '  word\\n' >&2; exit 1") << u"word"_s << u"Apple Notes error: word"_s;
-        QTest::addRow("white space and line breaks on both ends")
-            << QByteArray("printf '\\n\\t \\r\\nboth ends\\r\\n\\t\\n' >&2; exit 2") << u"both ends"_s
-            << u"Apple Notes error: both ends"_s;
-        QTest::addRow("empty standard error") << QByteArray("exit 1") << QString() << u"Apple Notes error: "_s;
-        QTest::addRow("standard output is dropped") << QByteArray("printf 'created\\n'; printf 'bad\\n' >&2; exit 1")
-                                                    << u"bad"_s << u"Apple Notes error: bad"_s;
-        QTest::addRow("exit status 255") << QByteArray("printf 'x' >&2; exit 255") << u"x"_s
-                                         << u"Apple Notes error: x"_s;
-        QTest::addRow("killed by a signal")
-            << QByteArray("printf 'dying\\n' >&2; kill -9 $$") << u"dying"_s << u"Apple Notes error: dying"_s;
-        QTest::addRow("invalid UTF-8 on standard error")
-            << QByteArray("printf 'bad \\377 byte' >&2; exit 1") << QString() << u"Apple Notes error: "_s;
-        QTest::addRow("non-Latin standard error")
-            << QByteArray("printf ' \\316\\261\\316\\262 \\n' >&2; exit 1") << u"αβ"_s << u"Apple Notes error: αβ"_s;
-    }
+    void runFailure_data() { addRunFailureRows(); }
 
     void runFailure()
     {
@@ -276,8 +241,8 @@ private slots:
     {
         QTest::addColumn<QString>("message");
         QTest::addColumn<QString>("description");
-        QTest::addRow("permission, number at the end") << u"x (-1743)"_s << permissionText;
-        QTest::addRow("permission, number at the start") << u"-1743"_s << permissionText;
+        QTest::addRow("permission, number at the end") << u"x (-1743)"_s << permissionText();
+        QTest::addRow("permission, number at the start") << u"-1743"_s << permissionText();
         QTest::addRow("other number") << u"Can’t get folder \"X\". (-1728)"_s
                                       << u"Apple Notes error: Can’t get folder \"X\". (-1728)"_s;
         QTest::addRow("empty") << QString() << u"Apple Notes error: "_s;
@@ -726,7 +691,7 @@ private slots:
         QCOMPARE(error->message(),
             errorAt(fixture->lastArgv().value(0), NotesBridge::ensureFolderProgram, u"exists folder (item 1 of argv)"_s)
                 + u"Not authorized to send Apple events to Notes. (-1743)"_s);
-        QCOMPARE(error->errorDescription(), permissionText);
+        QCOMPARE(error->errorDescription(), permissionText());
         QCOMPARE(fixture->folders().size(), 0);
     }
 
