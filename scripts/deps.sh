@@ -10,6 +10,7 @@ debian_packages=(
     qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-templates
     qml6-module-qtquick-layouts qml6-module-qtquick-shapes qml6-module-qtquick-dialogs
     qml6-module-qtquick-window qml6-module-qtqml-workerscript qml6-module-qttest
+    qml6-module-qt-labs-folderlistmodel
     libicu-dev qcoro-qt6-dev libcli11-dev libbenchmark-dev
 )
 brew_packages=(cmake ninja clang-format qt icu4c qcoro6 cli11 google-benchmark python3)

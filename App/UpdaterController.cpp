@@ -1,0 +1,9 @@
+#include "UpdaterController.h"
+
+// Without Sparkle there is nothing to hold.
+struct UpdaterController::Private
+{ };
+
+UpdaterController::UpdaterController() = default;
+
+UpdaterController::~UpdaterController() = default;

@@ -1,0 +1,175 @@
+#include "ScreenFixture.h"
+
+#include <QDesktopServices>
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QImage>
+#include <QJsonDocument>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QSaveFile>
+
+using namespace Qt::StringLiterals;
+
+ScreenFixture::ScreenFixture(QObject *parent)
+    : QObject(parent)
+{
+    QDesktopServices::setUrlHandler(u"notes"_s, this, "openUrl");
+    QDesktopServices::setUrlHandler(u"file"_s, this, "openUrl");
+}
+
+ScreenFixture::~ScreenFixture()
+{
+    QDesktopServices::unsetUrlHandler(u"notes"_s);
+    QDesktopServices::unsetUrlHandler(u"file"_s);
+}
+
+QString ScreenFixture::makeDir()
+{
+    const QString path = m_scratch.path() + u"/dir"_s + QString::number(++m_dirs);
+    QDir().mkpath(path);
+    return path;
+}
+
+void ScreenFixture::writeFile(const QString &root, const QString &relativePath, const QString &text)
+{
+    const QString path = root + u'/' + relativePath;
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly))
+        file.write(text.toUtf8());
+}
+
+bool ScreenFixture::exists(const QString &path) const
+{
+    return QFileInfo::exists(path);
+}
+
+QString ScreenFixture::readFile(const QString &path) const
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+QStringList ScreenFixture::files(const QString &root) const
+{
+    QStringList found;
+    QDirIterator it(root, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (it.hasNext())
+        found.append(QDir(root).relativeFilePath(it.next()));
+    found.sort();
+    return found;
+}
+
+void ScreenFixture::seedNotes(const QString &json)
+{
+    QSaveFile file(qEnvironmentVariable("VELLORAN_FAKE_NOTES"));
+    if (file.open(QIODevice::WriteOnly)) {
+        file.write(json.toUtf8());
+        file.commit();
+    }
+}
+
+QVariant ScreenFixture::notesLibrary() const
+{
+    QFile file(qEnvironmentVariable("VELLORAN_FAKE_NOTES"));
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    return QJsonDocument::fromJson(file.readAll()).toVariant();
+}
+
+int ScreenFixture::scriptRuns(const QString &program) const
+{
+    QFile file(qEnvironmentVariable("VELLORAN_FAKE_NOTES_LOG"));
+    if (!file.open(QIODevice::ReadOnly))
+        return 0;
+    int runs = 0;
+    for (const QByteArray &line : file.readAll().split('\n')) {
+        if (!line.isEmpty() && QJsonDocument::fromJson(line)[u"program"_s].toString() == program)
+            ++runs;
+    }
+    return runs;
+}
+
+void ScreenFixture::clearScriptLog()
+{
+    QFile::remove(qEnvironmentVariable("VELLORAN_FAKE_NOTES_LOG"));
+}
+
+void ScreenFixture::setNotesSwitch(const QString &name, const QString &value)
+{
+    if (value.isEmpty())
+        qunsetenv(name.toUtf8().constData());
+    else
+        qputenv(name.toUtf8().constData(), value.toUtf8());
+}
+
+bool ScreenFixture::sendDrag(QQuickItem *target, QEvent::Type type)
+{
+    if (!target || !target->window())
+        return false;
+    const QPoint point = target->mapToScene(QPointF(target->width() / 2, target->height() / 2)).toPoint();
+    QQuickWindow *window = target->window();
+    if (type == QEvent::DragLeave) {
+        QDragLeaveEvent leave;
+        QCoreApplication::sendEvent(window, &leave);
+        return true;
+    }
+    if (!m_dragData)
+        return false;
+    if (type == QEvent::Drop) {
+        QDropEvent drop(point, Qt::CopyAction, m_dragData.get(), Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(window, &drop);
+        return drop.isAccepted();
+    }
+    QDragEnterEvent enter(point, Qt::CopyAction, m_dragData.get(), Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(window, &enter);
+    QDragMoveEvent move(point, Qt::CopyAction, m_dragData.get(), Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(window, &move);
+    return move.isAccepted();
+}
+
+bool ScreenFixture::dragEnter(QQuickItem *target, const QList<QUrl> &urls)
+{
+    m_dragData = std::make_unique<QMimeData>();
+    m_dragData->setUrls(urls);
+    return sendDrag(target, QEvent::DragEnter);
+}
+
+bool ScreenFixture::dragTextEnter(QQuickItem *target, const QString &text)
+{
+    m_dragData = std::make_unique<QMimeData>();
+    m_dragData->setText(text);
+    return sendDrag(target, QEvent::DragEnter);
+}
+
+void ScreenFixture::dragLeave(QQuickItem *target)
+{
+    sendDrag(target, QEvent::DragLeave);
+}
+
+bool ScreenFixture::drop(QQuickItem *target)
+{
+    return sendDrag(target, QEvent::Drop);
+}
+
+QVariantList ScreenFixture::openedUrls() const
+{
+    QVariantList urls;
+    for (const QUrl &url : m_opened)
+        urls.append(url.toString());
+    return urls;
+}
+
+QString ScreenFixture::screenshot(QQuickItem *item, const QString &name)
+{
+    if (!item || !item->window())
+        return {};
+    const QString folder = QStringLiteral(VELLORAN_SCREENSHOT_DIR);
+    QDir().mkpath(folder);
+    const QString path = folder + u'/' + name + u".png"_s;
+    return item->window()->grabWindow().save(path) ? path : QString();
+}

@@ -1,0 +1,143 @@
+import QtQuick
+import QtTest
+import Velloran
+import Velloran.Engine
+import "Screens.js" as Screens
+
+Item {
+    id: root
+
+    width: 640
+    height: 560
+
+    Component {
+        id: viewComponent
+
+        AnalysisView {
+            anchors.fill: parent
+        }
+    }
+
+    Component {
+        id: migratorComponent
+
+        Migrator {}
+    }
+
+    Component {
+        id: controllerComponent
+
+        WizardController {}
+    }
+
+    Component {
+        id: spyComponent
+
+        SignalSpy {}
+    }
+
+    function counts(notes, folders, resolved, missing, wikilinks, tables) {
+        return {
+            "notes": notes,
+            "folders": folders,
+            "attachmentsResolved": resolved,
+            "attachmentsMissing": missing,
+            "wikilinks": wikilinks,
+            "hasTables": tables
+        }
+    }
+
+    TestCase {
+        id: test
+
+        name: "AnalysisView"
+        when: windowShown
+
+        function show(analysis, vault) {
+            return createTemporaryObject(viewComponent, root, { "analysis": analysis, "vault": vault })
+        }
+
+        function test_rowsWithoutTablesOrMissingImages() {
+            const view = show(root.counts(12, 3, 4, 0, 0, false), "file:///Users/me/Notes%20Vault/")
+            compare(view.rows, [
+                { "symbol": "doc.text", "count": "12 notes", "label": "will be created in Apple Notes" },
+                { "symbol": "folder", "count": "3 folders", "label": "recreated inside “Imported by Velloran”" },
+                { "symbol": "photo", "count": "4 images", "label": "attached to their notes" },
+                { "symbol": "link", "count": "0 wikilinks",
+                  "label": "become styled text references (Notes has no API for note-to-note links)" }
+            ])
+            compare(Screens.visibleTexts(view), [
+                "Notes Vault",
+                "Here's what Velloran found:",
+                "12 notes", "3 folders", "4 images", "0 wikilinks",
+                "will be created in Apple Notes",
+                "recreated inside “Imported by Velloran”",
+                "attached to their notes",
+                "become styled text references (Notes has no API for note-to-note links)",
+                "Migrate to Apple Notes",
+                "Choose a different folder"
+            ])
+            fixture.screenshot(view, "analysis")
+        }
+
+        function test_rowsWithTablesAndMissingImages() {
+            const view = show(root.counts(1, 0, 2, 1, 7, true), "file:///tmp/vault")
+            compare(view.rows.length, 5)
+            compare(view.rows[2], { "symbol": "photo", "count": "2 images",
+                                    "label": "attached · 1 missing on disk (listed in the report)" })
+            compare(view.rows[3].count, "7 wikilinks")
+            compare(view.rows[4], { "symbol": "tablecells", "count": "Tables", "label": "preserved as real Notes tables" })
+            const texts = Screens.visibleTexts(view)
+            compare(texts[0], "vault")
+            verify(texts.indexOf("Tables") > 0)
+            verify(texts.indexOf("preserved as real Notes tables") > 0)
+            verify(texts.indexOf("attached · 1 missing on disk (listed in the report)") > 0)
+            fixture.screenshot(view, "analysis-tables-missing-images")
+        }
+
+        function test_statGrid() {
+            const view = show(root.counts(1, 1, 0, 0, 0, true), "file:///tmp/vault")
+            const grid = findChild(view, "statGrid")
+            compare(grid.columns, 2)
+            compare(grid.columnSpacing, 28)
+            compare(grid.rowSpacing, 10)
+        }
+
+        function test_buttons() {
+            const view = show(root.counts(1, 0, 0, 0, 0, false), "file:///tmp/vault")
+            const migrate = findChild(view, "migrateButton")
+            compare(migrate.text, "Migrate to Apple Notes")
+            compare(migrate.width, 280)
+            compare(migrate.highlighted, true)
+            verify(migrate.icon.source.toString().endsWith("icons/arrow.right.circle.fill.svg"))
+            const back = createTemporaryObject(spyComponent, test, { "target": view, "signalName": "back" })
+            mouseClick(findChild(view, "differentFolderButton"))
+            compare(back.count, 1)
+        }
+
+        function test_migrateStartsTheMigration() {
+            fixture.seedNotes('{"folders": []}')
+            const vault = fixture.makeDir()
+            fixture.writeFile(vault, "Alpha.md", "Hello\n")
+            fixture.writeFile(vault, "Work/Beta.md", "World\n")
+            const controller = createTemporaryObject(controllerComponent, test)
+            controller.analyze(fixture.url(vault))
+            tryCompare(controller, "isAnalyzing", false, 10000)
+            const migrator = createTemporaryObject(migratorComponent, test)
+            const view = createTemporaryObject(viewComponent, root, {
+                "analysis": controller.analysis, "vault": controller.vault,
+                "migrator": migrator, "controller": controller
+            })
+            mouseClick(findChild(view, "migrateButton"))
+            compare(migrator.isRunning, true)
+            tryCompare(migrator, "isRunning", false, 30000)
+            compare(migrator.report.notesCreated, 2)
+            compare(migrator.report.notesFailed, [])
+            const root0 = fixture.notesLibrary().folders[0]
+            compare(root0.name, "Imported by Velloran")
+            compare(root0.notes.map(note => note.name), ["Alpha"])
+            compare(root0.folders.map(folder => folder.name), ["Work"])
+            compare(root0.folders[0].notes.map(note => note.name), ["Beta"])
+        }
+    }
+}

@@ -1,0 +1,143 @@
+import QtQuick
+import QtQuick.Dialogs
+import QtTest
+import Velloran
+import Velloran.Engine
+import "Screens.js" as Screens
+
+// Whole runs through the screens, with the real controllers, against the Notes stand-in.
+Item {
+    id: root
+
+    width: 640
+    height: 560
+
+    Component {
+        id: migratorComponent
+
+        Migrator {}
+    }
+
+    Component {
+        id: exporterComponent
+
+        Exporter {}
+    }
+
+    Component {
+        id: wizardComponent
+
+        WizardView {
+            anchors.fill: parent
+        }
+    }
+
+    TestCase {
+        id: test
+
+        property QtObject migrator
+        property QtObject exporter
+        property var wizard
+
+        name: "EndToEnd"
+        when: windowShown
+
+        function init() {
+            fixture.clearScriptLog()
+            migrator = createTemporaryObject(migratorComponent, test)
+            exporter = createTemporaryObject(exporterComponent, test)
+            ExportActions.setFavourite(exporter, undefined)
+            wizard = createTemporaryObject(wizardComponent, root, { "migrator": migrator, "exporter": exporter })
+        }
+
+        function cleanup() {
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_DELAY_MS", "")
+            tryCompare(migrator, "isRunning", false, 60000)
+            tryCompare(exporter, "isRunning", false, 60000)
+            tryCompare(exporter, "isLoadingFolders", false, 60000)
+        }
+
+        function test_dropAFolderAndMigrate() {
+            fixture.seedNotes('{"folders": []}')
+            const vault = fixture.makeDir()
+            fixture.writeFile(vault, "Welcome.md", "# Welcome\nStart at [[Ideas]].\n![logo](logo.png)\n")
+            fixture.writeFile(vault, "logo.png", "not really a picture")
+            fixture.writeFile(vault, "Projects/Ideas.md", "| a | b |\n|---|---|\n| 1 | 2 |\n")
+            fixture.writeFile(vault, "Projects/2024/Plan.md", "- [ ] ship\n")
+
+            mouseClick(findChild(wizard, "mdToNotesCard"))
+            compare(wizard.screen, "import")
+            const zone = findChild(wizard.content, "importDropZone")
+            verify(fixture.dragEnter(zone, [fixture.url(vault)]))
+            verify(fixture.drop(zone))
+            tryCompare(wizard, "screen", "analysis", 10000)
+            compare(wizard.content.rows.map(row => row.count), ["3 notes", "2 folders", "1 images", "1 wikilinks", "Tables"])
+
+            mouseClick(findChild(wizard.content, "migrateButton"))
+            // The folders are made before the first note: the first title shows at once.
+            compare(wizard.screen, "progress")
+            compare(Screens.visibleTexts(wizard.content)[0], "Ideas")
+            tryCompare(wizard, "screen", "report", 60000)
+            compare(Screens.visibleTexts(wizard.content), [
+                "Migration complete",
+                "3 notes · 1 images attached",
+                "Deep folders flattened to “A ▸ B” (Notes nests one level)",
+                "Projects/2024",
+                "1 wikilinks became underlined text references — Apple Notes has no API for creating note-to-note links.",
+                "Open Apple Notes",
+                "Done"
+            ])
+            fixture.screenshot(wizard, "e2e-migration-report")
+
+            const imported = fixture.notesLibrary().folders[0]
+            compare(imported.name, "Imported by Velloran")
+            compare(imported.notes.map(note => note.name), ["Welcome"])
+            compare(imported.notes[0].attachments, ["logo.png"])
+            compare(imported.folders.map(folder => folder.name), ["Projects", "Projects ▸ 2024"])
+            compare(imported.folders[0].notes.map(note => note.name), ["Ideas"])
+            compare(imported.folders[1].notes.map(note => note.name), ["Plan"])
+
+            mouseClick(Screens.button(wizard.content, "Done"))
+            compare(wizard.screen, "picker")
+            compare(migrator.report, undefined)
+            compare(wizard.vault, undefined)
+            compare(wizard.analysis, undefined)
+        }
+
+        function test_exportAllNotes() {
+            fixture.seedNotes(JSON.stringify({
+                "folders": [
+                    { "name": "Work", "notes": [{ "name": "Plan", "body": "<div>Plan</div><div>Step <b>one</b></div>" }] },
+                    { "name": "Home", "notes": [{ "name": "Groceries", "body": "<div>Groceries</div><div>Milk</div>" }] }
+                ]
+            }))
+            mouseClick(findChild(wizard, "notesToMdCard"))
+            compare(wizard.screen, "export")
+            const flow = wizard.content
+            tryCompare(exporter, "isLoadingFolders", false, 30000)
+            const out = fixture.makeDir()
+            mouseClick(Screens.button(flow.content, "Choose Folder…"))
+            verify(flow.destinationDialog.visible)
+            flow.destinationDialog.selectedFolder = fixture.url(out)
+            flow.destinationDialog.accept()
+            const start = findChild(flow.content, "exportButton")
+            verify(start.enabled)
+            // Notes answers slowly enough that the run is still reading when the test looks.
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_DELAY_MS", "300")
+            mouseClick(start)
+            compare(flow.stage, "progress")
+            tryCompare(flow, "stage", "result", 60000)
+            compare(Screens.visibleTexts(flow.content), [
+                "Export complete", "2 notes written · 2 folders", "Reveal in Finder", "Done"
+            ])
+            fixture.screenshot(wizard, "e2e-export-result")
+            compare(fixture.files(out), ["Home/Groceries.md", "Work/Plan.md"])
+            verify(fixture.readFile(out + "/Work/Plan.md").indexOf("**one**") >= 0)
+
+            mouseClick(Screens.button(flow.content, "Done"))
+            compare(wizard.screen, "picker")
+            compare(exporter.result, undefined)
+            compare(exporter.errorMessage, undefined)
+        }
+    }
+}

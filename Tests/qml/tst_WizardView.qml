@@ -1,0 +1,380 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Dialogs
+import QtQuick.Shapes
+import QtTest
+import Velloran
+import "Screens.js" as Screens
+
+// The wizard decides from its own state and the controllers' published state; stand-ins publish the same
+// properties as Migrator and Exporter so that every state can be set directly.
+Item {
+    id: root
+
+    width: 640
+    height: 560
+
+    Component {
+        id: migratorStandIn
+
+        QtObject {
+            property real progress: 0
+            property string currentNote: ""
+            property bool isRunning: false
+            property var report: undefined
+            property int clearCalls: 0
+
+            function clearReport() {
+                clearCalls += 1
+                report = undefined
+            }
+        }
+    }
+
+    Component {
+        id: exporterStandIn
+
+        QtObject {
+            property real progress: 0
+            property string currentNote: ""
+            property bool isRunning: false
+            property var availableFolders: []
+            property bool isLoadingFolders: false
+            property var result: undefined
+            property var errorMessage: undefined
+            property var favouriteFolder: undefined
+            property int resetCalls: 0
+
+            function reset() {
+                resetCalls += 1
+                result = undefined
+                errorMessage = undefined
+            }
+        }
+    }
+
+    Component {
+        id: wizardComponent
+
+        WizardView {
+            anchors.fill: parent
+        }
+    }
+
+    readonly property var emptyReport: ({
+            "notesCreated": 3,
+            "notesSkipped": 0,
+            "notesFailed": [],
+            "notesMisfiled": [],
+            "imagesAttached": 1,
+            "imagesMissing": [],
+            "foldersFlattened": [],
+            "wikilinksDegraded": 0
+        })
+
+    TestCase {
+        id: test
+
+        property QtObject migrator
+        property QtObject exporter
+        property var wizard
+        property string vault
+
+        name: "WizardView"
+        when: windowShown
+
+        function init() {
+            migrator = createTemporaryObject(migratorStandIn, root)
+            exporter = createTemporaryObject(exporterStandIn, root)
+            wizard = createTemporaryObject(wizardComponent, root, { "migrator": migrator, "exporter": exporter })
+            verify(wizard)
+            vault = fixture.makeDir()
+            fixture.writeFile(vault, "Welcome.md", "# Welcome\nSee [[Ideas]] and [[Plans]].\n")
+            fixture.writeFile(vault, "Projects/Ideas.md", "| a | b |\n|---|---|\n| 1 | 2 |\n")
+            fixture.writeFile(vault, "Projects/2024/Plans.md", "![[missing.png]]\n")
+        }
+
+        function chooseImport() {
+            mouseClick(findChild(wizard, "mdToNotesCard"))
+            compare(wizard.screen, "import")
+        }
+
+        function analyzed() {
+            chooseImport()
+            wizard.analyze(fixture.url(vault))
+            tryCompare(wizard, "screen", "analysis", 10000)
+        }
+
+        function importZone() {
+            return findChild(wizard.content, "importDropZone")
+        }
+
+        function test_startsAtTheDirectionPicker() {
+            compare(wizard.screen, "picker")
+            compare(wizard.content.objectName, "directionPicker")
+            compare(wizard.direction, undefined)
+            compare(wizard.vault, undefined)
+            compare(wizard.analysis, undefined)
+            compare(wizard.isAnalyzing, false)
+            compare(wizard.dropTargeted, false)
+            verify(!findChild(wizard, "backButton").visible)
+        }
+
+        function test_header() {
+            const wordmark = findChild(wizard, "wordmark")
+            compare(wordmark.text, "VELLORAN")
+            compare(wordmark.font.bold, true)
+            compare(wordmark.font.letterSpacing, 2.5)
+            compare(findChild(wizard, "wordmarkSymbol").symbol, "note.text")
+            const back = findChild(wizard, "backButton")
+            compare(back.help, "Back to start")
+            compare(back.ToolTip.text, "Back to start")
+            compare(back.icon.source.toString().endsWith("icons/chevron.left.svg"), true)
+            chooseImport()
+            verify(back.visible)
+        }
+
+        function test_pickingDirections_data() {
+            return [
+                { tag: "Markdown → Apple Notes", card: "mdToNotesCard", screen: "import", content: "importScreen" },
+                { tag: "Apple Notes → Markdown", card: "notesToMdCard", screen: "export", content: "exportFlow" }
+            ]
+        }
+
+        function test_pickingDirections(data) {
+            mouseClick(findChild(wizard, data.card))
+            compare(wizard.screen, data.screen)
+            compare(wizard.content.objectName, data.content)
+        }
+
+        function test_importScreen() {
+            chooseImport()
+            compare(Screens.visibleTexts(wizard.content), [
+                "Move your Markdown files\ninto Apple Notes",
+                "Folders, images, tables and attachments — intact.\nYour original files are never touched.",
+                "Drop a folder of .md files (Obsidian, etc.)",
+                "from Finder — not notes from the Notes app",
+                "Choose Folder…"
+            ])
+            compare(importZone().width, 400)
+            compare(importZone().height, 124)
+            fixture.screenshot(wizard, "import")
+        }
+
+        function test_analyzingThenTheAnalysis() {
+            chooseImport()
+            wizard.analyze(fixture.url(vault))
+            compare(wizard.isAnalyzing, true)
+            compare(wizard.screen, "import")
+            const texts = Screens.visibleTexts(wizard.content)
+            compare(texts[texts.length - 1], "Analyzing…")
+            verify(texts.indexOf("Choose Folder…") < 0)
+            fixture.screenshot(wizard, "import-analyzing")
+            tryCompare(wizard, "screen", "analysis", 10000)
+            compare(wizard.isAnalyzing, false)
+            compare(wizard.vault, fixture.url(vault))
+            compare(wizard.analysis.notes, 3)
+            compare(wizard.analysis.folders, 2)
+            compare(wizard.content.objectName, "analysis")
+        }
+
+        function test_dropAFolder() {
+            chooseImport()
+            const zone = importZone()
+            verify(fixture.dragEnter(zone, [fixture.url(vault)]))
+            compare(wizard.dropTargeted, true)
+            compare(findChild(zone, "dropZoneText").text, "Drop it!")
+            compare(findChild(zone, "dropZoneNote").text, "from Finder — not notes from the Notes app")
+            verify(Screens.sameColor(zone.outline.strokeColor, Theme.ink))
+            verify(Screens.sameColor(findChild(zone, "dropZoneSymbol").color, Theme.ink))
+            fixture.screenshot(wizard, "import-drop-hover")
+            verify(fixture.drop(zone))
+            compare(wizard.dropTargeted, false)
+            tryCompare(wizard, "screen", "analysis", 10000)
+            compare(wizard.vault, fixture.url(vault))
+        }
+
+        function test_dropZoneLook() {
+            chooseImport()
+            const zone = importZone()
+            compare(zone.radius, 14)
+            compare(zone.outline.strokeWidth, 2)
+            compare(zone.outline.strokeStyle, ShapePath.DashLine)
+            // Dashes and gaps in stroke widths: 6 points each.
+            compare(zone.outline.dashPattern, [3, 3])
+            verify(!Screens.sameColor(zone.outline.strokeColor, Theme.ink))
+            verify(Screens.sameColor(findChild(zone, "dropZoneSymbol").color, Theme.secondary))
+            fixture.dragEnter(zone, [fixture.url(vault)])
+            fixture.dragLeave(zone)
+            compare(wizard.dropTargeted, false)
+            compare(findChild(zone, "dropZoneText").text, "Drop a folder of .md files (Obsidian, etc.)")
+            verify(!Screens.sameColor(zone.outline.strokeColor, Theme.ink))
+        }
+
+        function test_dropAFileSelectsItsFolder() {
+            chooseImport()
+            const zone = importZone()
+            fixture.dragEnter(zone, [fixture.url(vault + "/Projects/Ideas.md")])
+            fixture.drop(zone)
+            tryCompare(wizard, "screen", "analysis", 10000)
+            compare(wizard.vault, fixture.url(vault + "/Projects"))
+            compare(wizard.analysis.notes, 2)
+        }
+
+        function test_dropSeveralFoldersUsesTheFirst() {
+            chooseImport()
+            const zone = importZone()
+            fixture.dragEnter(zone, [fixture.url(vault + "/Projects/2024"), fixture.url(vault)])
+            fixture.drop(zone)
+            tryCompare(wizard, "screen", "analysis", 10000)
+            compare(wizard.vault, fixture.url(vault + "/Projects/2024"))
+            compare(wizard.analysis.notes, 1)
+        }
+
+        function test_dropAMissingPathDoesNothing() {
+            chooseImport()
+            const zone = importZone()
+            const resolved = createTemporaryObject(spyComponent, test, { "target": zone, "signalName": "resolved" })
+            fixture.dragEnter(zone, [fixture.url(vault + "/gone")])
+            verify(fixture.drop(zone))
+            resolved.wait(10000)
+            compare(resolved.signalArguments[0][0], undefined)
+            compare(wizard.screen, "import")
+            compare(wizard.isAnalyzing, false)
+            compare(wizard.vault, undefined)
+        }
+
+        function test_onlyFileUrlsAreOffered_data() {
+            return [
+                { tag: "text (a note from Notes)", text: "A note dragged out of Notes" },
+                { tag: "a web address", url: "https://example.com/notes/" }
+            ]
+        }
+
+        function test_onlyFileUrlsAreOffered(data) {
+            chooseImport()
+            const zone = importZone()
+            const accepted = data.text !== undefined ? fixture.dragTextEnter(zone, data.text)
+                                                     : fixture.dragEnter(zone, [data.url])
+            compare(accepted, false)
+            compare(wizard.dropTargeted, false)
+            compare(findChild(zone, "dropZoneText").text, "Drop a folder of .md files (Obsidian, etc.)")
+            fixture.dragLeave(zone)
+        }
+
+        function test_folderPanel() {
+            chooseImport()
+            const panel = wizard.importDialog
+            compare(panel.acceptLabel, "Analyze")
+            compare(panel.options, 0)
+            mouseClick(Screens.button(wizard.content, "Choose Folder…"))
+            verify(panel.visible)
+            panel.selectedFolder = fixture.url(vault)
+            panel.accept()
+            compare(wizard.isAnalyzing, true)
+            tryCompare(wizard, "screen", "analysis", 10000)
+            compare(wizard.vault, fixture.url(vault))
+        }
+
+        function test_folderPanelCancelled() {
+            chooseImport()
+            mouseClick(Screens.button(wizard.content, "Choose Folder…"))
+            verify(wizard.importDialog.visible)
+            wizard.importDialog.reject()
+            verify(!wizard.importDialog.visible)
+            compare(wizard.isAnalyzing, false)
+            compare(wizard.screen, "import")
+        }
+
+        function test_chooseADifferentFolder() {
+            analyzed()
+            mouseClick(Screens.button(wizard.content, "Choose a different folder"))
+            compare(wizard.screen, "import")
+            compare(wizard.analysis, undefined)
+            compare(wizard.vault, undefined)
+            compare(wizard.direction, MigrationDirection.MdToNotes)
+        }
+
+        function test_progressScreen() {
+            analyzed()
+            migrator.isRunning = true
+            compare(wizard.screen, "progress")
+            compare(wizard.content.objectName, "migrationProgress")
+            compare(Screens.visibleTexts(wizard.content), [
+                "Preparing…",
+                "Creating notes in Apple Notes — don't quit Notes while this runs."
+            ])
+            compare(findChild(wizard.content, "progressBar").value, 0)
+            compare(findChild(wizard.content, "progressBar").width, 360)
+            fixture.screenshot(wizard, "migration-progress-preparing")
+            migrator.currentNote = "Ideas"
+            migrator.progress = 0.5
+            compare(Screens.visibleTexts(wizard.content), [
+                "Ideas",
+                "Creating notes in Apple Notes — don't quit Notes while this runs."
+            ])
+            compare(findChild(wizard.content, "progressBar").value, 0.5)
+            fixture.screenshot(wizard, "migration-progress")
+        }
+
+        function test_screenOrder() {
+            analyzed()
+            // Running comes before a report that is still there from the last run.
+            migrator.report = root.emptyReport
+            migrator.isRunning = true
+            compare(wizard.screen, "progress")
+            migrator.isRunning = false
+            compare(wizard.screen, "report")
+            compare(wizard.content.objectName, "report")
+            migrator.report = undefined
+            compare(wizard.screen, "analysis")
+        }
+
+        function test_reportThenDone() {
+            analyzed()
+            migrator.report = root.emptyReport
+            compare(wizard.screen, "report")
+            mouseClick(Screens.button(wizard.content, "Done"))
+            compare(wizard.screen, "picker")
+            compare(wizard.direction, undefined)
+            compare(wizard.vault, undefined)
+            compare(wizard.analysis, undefined)
+            compare(migrator.clearCalls, 1)
+            compare(migrator.report, undefined)
+            compare(exporter.resetCalls, 1)
+        }
+
+        function test_backToStartLeavesNothing() {
+            analyzed()
+            const back = findChild(wizard, "backButton")
+            mouseClick(back)
+            compare(wizard.screen, "picker")
+            compare(wizard.direction, undefined)
+            compare(wizard.vault, undefined)
+            compare(wizard.analysis, undefined)
+            compare(migrator.clearCalls, 1)
+            compare(exporter.resetCalls, 1)
+            verify(!back.visible)
+            // A new import starts clean.
+            chooseImport()
+            compare(Screens.visibleTexts(wizard.content)[2], "Drop a folder of .md files (Obsidian, etc.)")
+        }
+
+        function test_exportDoneGoesHome() {
+            mouseClick(findChild(wizard, "notesToMdCard"))
+            exporter.result = { "written": 2, "failed": [], "folders": ["Work"] }
+            compare(wizard.content.stage, "result")
+            mouseClick(Screens.button(wizard.content, "Done"))
+            compare(wizard.screen, "picker")
+            compare(exporter.resetCalls, 1)
+            compare(exporter.result, undefined)
+            compare(migrator.clearCalls, 1)
+        }
+    }
+
+    Component {
+        id: spyComponent
+
+        SignalSpy {}
+    }
+}

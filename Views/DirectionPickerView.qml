@@ -1,0 +1,97 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Velloran
+
+// The first screen: pick a direction. `pick` carries a MigrationDirection value.
+Item {
+    id: picker
+
+    signal pick(int direction)
+
+    // One direction card: a plain button around the symbol, the title and the subtitle.
+    component DirectionCard: AbstractButton {
+        id: card
+
+        property string symbol
+        property string subtitle
+
+        implicitWidth: 220
+        implicitHeight: 180
+        hoverEnabled: true
+
+        background: Rectangle {
+            radius: 14
+            color: Qt.rgba(Theme.primary.r, Theme.primary.g, Theme.primary.b, card.down ? 0.08 : 0.04)
+            border.width: 1
+            border.color: Qt.rgba(Theme.secondary.r, Theme.secondary.g, Theme.secondary.b,
+                                  card.hovered ? 0.4 : 0.18)
+        }
+        contentItem: ColumnLayout {
+            spacing: 8
+
+            Item { Layout.fillHeight: true }
+            Symbol {
+                symbol: card.symbol
+                size: 38
+                color: Theme.ink
+                Layout.alignment: Qt.AlignHCenter
+            }
+            Label {
+                text: card.text
+                font.pixelSize: Theme.headline
+                font.weight: Font.DemiBold
+                horizontalAlignment: Text.AlignHCenter
+                Layout.fillWidth: true
+            }
+            Label {
+                text: card.subtitle
+                font.pixelSize: Theme.caption
+                color: Theme.secondary
+                horizontalAlignment: Text.AlignHCenter
+                Layout.fillWidth: true
+            }
+            Item { Layout.fillHeight: true }
+        }
+    }
+
+    ColumnLayout {
+        anchors.centerIn: parent
+        spacing: 14
+
+        Label {
+            objectName: "pickerTitle"
+            text: qsTr("Apple Notes ↔ Markdown")
+            font.pixelSize: Theme.title
+            font.bold: true
+            Layout.alignment: Qt.AlignHCenter
+        }
+        Label {
+            objectName: "pickerSubtitle"
+            text: qsTr("Your notes, portable and ready for AI.\nPick a direction to begin.")
+            color: Theme.secondary
+            horizontalAlignment: Text.AlignHCenter
+            Layout.alignment: Qt.AlignHCenter
+        }
+        RowLayout {
+            spacing: 18
+            Layout.alignment: Qt.AlignHCenter
+            Layout.topMargin: 10
+
+            DirectionCard {
+                objectName: "mdToNotesCard"
+                symbol: "arrow.right.doc.on.clipboard"
+                text: qsTr("Markdown → Apple Notes")
+                subtitle: qsTr("Import a folder of .md files\ninto Apple Notes")
+                onClicked: picker.pick(MigrationDirection.MdToNotes)
+            }
+            DirectionCard {
+                objectName: "notesToMdCard"
+                symbol: "arrow.up.doc.on.clipboard"
+                text: qsTr("Apple Notes → Markdown")
+                subtitle: qsTr("Export your Apple Notes\nto clean .md files")
+                onClicked: picker.pick(MigrationDirection.NotesToMd)
+            }
+        }
+    }
+}

@@ -1,0 +1,349 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Dialogs
+import QtQuick.Layouts
+import QtQuick.Window
+import Velloran
+
+// The Notes-to-Markdown direction in one screen: the setup, the progress of a run and its result.
+Item {
+    id: flow
+
+    // The shared Exporter.
+    property QtObject exporter
+    // Notes folder names ticked by the user, in the order ticked.
+    property var selectedFolders: []
+    property bool exportAll: true
+    // The output folder (a url), or undefined.
+    property var destination: undefined
+    property bool rememberFavourite: false
+    property bool destDropTargeted: false
+    // Shown after a drop that gave no folder, or undefined.
+    property var dropHint: undefined
+
+    // The part showing: "progress", "result" or "setup".
+    readonly property string stage: exporter?.isRunning ? "progress"
+                                                        : exporter?.result !== undefined ? "result" : "setup"
+    readonly property bool canExport: destination !== undefined && (exportAll || selectedFolders.length > 0)
+    readonly property Item content: stageLoader.item
+    readonly property alias destinationDialog: folderPanel
+
+    signal done()
+
+    function chooseDestination() {
+        folderPanel.open()
+    }
+
+    function setDestination(folder) {
+        destination = folder
+        dropHint = undefined
+    }
+
+    function toggleFolder(name, on) {
+        const rest = selectedFolders.filter(folder => folder !== name)
+        selectedFolders = on ? rest.concat([name]) : rest
+    }
+
+    // Offers the favourite folder when it still exists, and asks Notes for its folders.
+    function setupShown() {
+        if (destination === undefined && exporter.favouriteFolder !== undefined
+                && Folders.exists(exporter.favouriteFolder)) {
+            destination = exporter.favouriteFolder
+            rememberFavourite = true
+        }
+        ExportActions.loadFolders(exporter)
+    }
+
+    function runExport() {
+        if (destination === undefined)
+            return
+        if (rememberFavourite)
+            ExportActions.setFavourite(exporter, destination)
+        else if (exporter.favouriteFolder !== undefined && Folders.same(exporter.favouriteFolder, destination))
+            ExportActions.setFavourite(exporter, undefined)
+        ExportActions.exportNotes(exporter, exportAll ? [] : selectedFolders.slice(), destination)
+    }
+
+    // A first load that failed (no Automation permission yet) is retried by switching to the folder list.
+    onExportAllChanged: {
+        if (!exportAll && exporter && exporter.availableFolders.length === 0)
+            ExportActions.loadFolders(exporter)
+    }
+
+    FolderDialog {
+        id: folderPanel
+
+        // Found by the dialog only when it already sits in a window; the screens are built before that.
+        parentWindow: flow.Window.window
+        acceptLabel: qsTr("Choose")
+        title: qsTr("Choose where to save the exported Markdown files")
+        onAccepted: flow.setDestination(selectedFolder)
+    }
+
+    Loader {
+        id: stageLoader
+
+        anchors.fill: parent
+        sourceComponent: flow.stage === "progress" ? progressStage
+                                                   : flow.stage === "result" ? resultStage : setupStage
+    }
+
+    Component {
+        id: progressStage
+
+        ProgressPanel {
+            objectName: "exportProgress"
+            value: flow.exporter?.progress ?? 0
+            current: flow.exporter?.currentNote ?? ""
+            placeholder: qsTr("Reading notes…")
+            caption: qsTr("Writing Markdown files — your Apple Notes are not modified.")
+        }
+    }
+
+    Component {
+        id: resultStage
+
+        ExportResultView {
+            objectName: "exportResult"
+            result: flow.exporter?.result
+            destination: flow.destination
+            onDone: flow.done()
+        }
+    }
+
+    Component {
+        id: setupStage
+
+        ScrollView {
+            id: scroller
+
+            objectName: "exportSetup"
+            contentWidth: availableWidth
+            Component.onCompleted: flow.setupShown()
+
+            ColumnLayout {
+                width: scroller.availableWidth
+                spacing: 16
+
+                Item { implicitHeight: 4 }
+                Label {
+                    text: qsTr("Export Apple Notes to Markdown")
+                    font.pixelSize: Theme.title2
+                    font.bold: true
+                    Layout.alignment: Qt.AlignHCenter
+                }
+                RowLayout {
+                    objectName: "errorMessage"
+                    visible: flow.exporter?.errorMessage !== undefined
+                    spacing: 6
+                    Layout.leftMargin: 28
+                    Layout.rightMargin: 28
+                    Layout.alignment: Qt.AlignHCenter
+
+                    Symbol {
+                        symbol: "exclamationmark.triangle.fill"
+                        size: Theme.caption + 2
+                        color: Theme.orange
+                    }
+                    Label {
+                        text: flow.exporter?.errorMessage ?? ""
+                        font.pixelSize: Theme.caption
+                        color: Theme.orange
+                        wrapMode: Text.WordWrap
+                        Layout.fillWidth: true
+                    }
+                }
+
+                ColumnLayout {
+                    spacing: 8
+                    Layout.fillWidth: true
+                    Layout.leftMargin: 28
+                    Layout.rightMargin: 28
+
+                    Label {
+                        text: qsTr("1 · What to export")
+                        font.pixelSize: Theme.caption
+                        font.weight: Font.DemiBold
+                        color: Theme.secondary
+                    }
+                    RowLayout {
+                        objectName: "scopePicker"
+                        spacing: 0
+                        Layout.fillWidth: true
+
+                        ButtonGroup { id: scope }
+                        Button {
+                            objectName: "allNotesSegment"
+                            text: qsTr("All notes")
+                            checkable: true
+                            checked: flow.exportAll
+                            ButtonGroup.group: scope
+                            Layout.fillWidth: true
+                            onClicked: flow.exportAll = true
+                        }
+                        Button {
+                            objectName: "chooseFoldersSegment"
+                            text: qsTr("Choose folders")
+                            checkable: true
+                            checked: !flow.exportAll
+                            ButtonGroup.group: scope
+                            Layout.fillWidth: true
+                            onClicked: flow.exportAll = false
+                        }
+                    }
+                    RowLayout {
+                        objectName: "loadingFolders"
+                        visible: !flow.exportAll && (flow.exporter?.isLoadingFolders ?? false)
+                        spacing: 8
+                        Layout.fillWidth: true
+                        Layout.margins: 8
+
+                        BusyIndicator {
+                            running: visible
+                            Layout.preferredWidth: 20
+                            Layout.preferredHeight: 20
+                        }
+                        Label {
+                            text: qsTr("Reading Apple Notes folders…")
+                            Layout.fillWidth: true
+                        }
+                    }
+                    Label {
+                        objectName: "noFolders"
+                        visible: !flow.exportAll && !(flow.exporter?.isLoadingFolders ?? false)
+                                 && (flow.exporter?.availableFolders.length ?? 0) === 0
+                        text: qsTr("No folders found (grant Automation → Notes if first run).")
+                        font.pixelSize: Theme.caption
+                        wrapMode: Text.WordWrap
+                        Layout.fillWidth: true
+                    }
+                    Rectangle {
+                        visible: !flow.exportAll && !(flow.exporter?.isLoadingFolders ?? false)
+                                 && (flow.exporter?.availableFolders.length ?? 0) > 0
+                        color: Qt.rgba(Theme.primary.r, Theme.primary.g, Theme.primary.b, 0.04)
+                        radius: 6
+                        implicitHeight: 120
+                        Layout.fillWidth: true
+
+                        ListView {
+                            objectName: "folderList"
+                            anchors.fill: parent
+                            anchors.margins: 8
+                            clip: true
+                            model: flow.exporter?.availableFolders ?? []
+                            boundsBehavior: Flickable.StopAtBounds
+                            ScrollBar.vertical: ScrollBar {}
+
+                            delegate: CheckBox {
+                                id: folderToggle
+
+                                required property string modelData
+
+                                text: modelData
+                                checked: flow.selectedFolders.indexOf(modelData) >= 0
+                                onToggled: flow.toggleFolder(modelData, checked)
+                                contentItem: RowLayout {
+                                    spacing: 6
+
+                                    Item { implicitWidth: folderToggle.indicator.width + 2 }
+                                    Symbol {
+                                        symbol: "folder"
+                                        size: Theme.body
+                                        color: Theme.ink
+                                    }
+                                    Label {
+                                        text: folderToggle.text
+                                    }
+                                }
+                            }
+                        }
+                    }
+                }
+
+                ColumnLayout {
+                    spacing: 8
+                    Layout.fillWidth: true
+                    Layout.leftMargin: 28
+                    Layout.rightMargin: 28
+
+                    Label {
+                        text: qsTr("2 · Where to save the .md files")
+                        font.pixelSize: Theme.caption
+                        font.weight: Font.DemiBold
+                        color: Theme.secondary
+                    }
+                    DropZone {
+                        objectName: "destinationDropZone"
+                        text: flow.destDropTargeted ? qsTr("Drop it!")
+                                                    : flow.destination !== undefined
+                                                      ? Folders.path(flow.destination)
+                                                      : qsTr("Drop a folder from Finder, or click Choose Folder below")
+                        textSize: !flow.destDropTargeted && flow.destination !== undefined ? Theme.callout : Theme.body
+                        implicitHeight: 96
+                        Layout.fillWidth: true
+                        Component.onDestruction: flow.destDropTargeted = false
+                        onTargetedChanged: flow.destDropTargeted = targeted
+                        onResolved: folder => {
+                            if (folder !== undefined)
+                                flow.setDestination(folder)
+                            else
+                                flow.dropHint = qsTr("Notes can't be dragged here. Choose your notes above, then pick an output folder.")
+                        }
+                    }
+                    Label {
+                        objectName: "destinationCaption"
+                        visible: flow.dropHint === undefined
+                        text: qsTr("Your notes are picked above — this is only the output folder.")
+                        font.pixelSize: Theme.caption
+                        color: Theme.secondary
+                    }
+                    RowLayout {
+                        objectName: "dropHint"
+                        visible: flow.dropHint !== undefined
+                        spacing: 6
+
+                        Symbol {
+                            symbol: "exclamationmark.triangle.fill"
+                            size: Theme.caption + 2
+                            color: Theme.red
+                        }
+                        Label {
+                            text: flow.dropHint !== undefined ? flow.dropHint : ""
+                            font.pixelSize: Theme.caption
+                            color: Theme.red
+                            wrapMode: Text.WordWrap
+                            Layout.fillWidth: true
+                        }
+                    }
+                    RowLayout {
+                        spacing: 16
+
+                        Button {
+                            objectName: "chooseDestinationButton"
+                            text: qsTr("Choose Folder…")
+                            onClicked: flow.chooseDestination()
+                        }
+                        CheckBox {
+                            objectName: "rememberFavourite"
+                            text: qsTr("Remember as favourite folder")
+                            font.pixelSize: Theme.callout
+                            checked: flow.rememberFavourite
+                            onToggled: flow.rememberFavourite = checked
+                        }
+                    }
+                }
+
+                Button {
+                    objectName: "exportButton"
+                    text: qsTr("Export to Markdown")
+                    icon.source: "icons/arrow.up.doc.fill.svg"
+                    highlighted: true
+                    enabled: flow.canExport
+                    Layout.alignment: Qt.AlignHCenter
+                    onClicked: flow.runExport()
+                }
+                Item { implicitHeight: 4 }
+            }
+        }
+    }
+}

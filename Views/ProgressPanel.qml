@@ -1,0 +1,46 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Velloran
+
+// A run under way: a progress bar, the item in hand (or a placeholder) and a caption, between spacers.
+ColumnLayout {
+    id: panel
+
+    property real value: 0
+    property string current
+    // Shown while `current` is empty.
+    property string placeholder
+    property string caption
+
+    spacing: 12
+
+    Item { Layout.fillHeight: true }
+    ProgressBar {
+        objectName: "progressBar"
+        from: 0
+        to: 1
+        value: panel.value
+        Layout.preferredWidth: 360
+        Layout.alignment: Qt.AlignHCenter
+    }
+    Label {
+        objectName: "progressLine"
+        text: panel.current === "" ? panel.placeholder : panel.current
+        font.pixelSize: Theme.callout
+        maximumLineCount: 1
+        elide: Text.ElideRight
+        horizontalAlignment: Text.AlignHCenter
+        Layout.maximumWidth: 360
+        Layout.alignment: Qt.AlignHCenter
+    }
+    Label {
+        objectName: "progressCaption"
+        text: panel.caption
+        font.pixelSize: Theme.caption
+        color: Theme.secondary
+        horizontalAlignment: Text.AlignHCenter
+        Layout.alignment: Qt.AlignHCenter
+    }
+    Item { Layout.fillHeight: true }
+}

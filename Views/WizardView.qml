@@ -1,0 +1,267 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Dialogs
+import QtQuick.Layouts
+import QtQuick.Window
+import Velloran
+
+// The root screen: a header, a divider, and the screen that the wizard's state and the controllers'
+// published state call for.
+Pane {
+    id: wizard
+
+    // The shared controllers (a Migrator and an Exporter).
+    required property QtObject migrator
+    required property QtObject exporter
+
+    // A MigrationDirection value, or undefined until the user picks one.
+    property var direction: undefined
+    property bool dropTargeted: false
+    // Room above the header for the window buttons where the title bar is hidden.
+    property real titleBarInset: 0
+
+    readonly property WizardController controller: wizardController
+    readonly property var vault: wizardController.vault
+    readonly property var analysis: wizardController.analysis
+    readonly property bool isAnalyzing: wizardController.isAnalyzing
+
+    // The screen showing, by name; checked in this order on every change.
+    readonly property string screen: {
+        if (direction === undefined)
+            return "picker"
+        if (direction === MigrationDirection.NotesToMd)
+            return "export"
+        if (migrator?.isRunning)
+            return "progress"
+        if (migrator?.report !== undefined)
+            return "report"
+        if (analysis !== undefined && vault !== undefined)
+            return "analysis"
+        return "import"
+    }
+    readonly property Item content: contentLoader.item
+    readonly property alias importDialog: folderPanel
+
+    function goHome() {
+        direction = undefined
+        wizardController.clearFolder()
+        migrator.clearReport()
+        exporter.reset()
+    }
+
+    function pickFolder() {
+        folderPanel.open()
+    }
+
+    function analyze(folder) {
+        wizardController.analyze(folder)
+    }
+
+    padding: 0
+
+    WizardController {
+        id: wizardController
+    }
+
+    FolderDialog {
+        id: folderPanel
+
+        // Found by the dialog only when it already sits in a window; the screens are built before that.
+        parentWindow: wizard.Window.window
+        acceptLabel: qsTr("Analyze")
+        onAccepted: wizard.analyze(selectedFolder)
+    }
+
+    ColumnLayout {
+        anchors.fill: parent
+        spacing: 0
+
+        RowLayout {
+            spacing: 6
+            Layout.fillWidth: true
+            Layout.topMargin: wizard.titleBarInset + 8
+            Layout.bottomMargin: 8
+            Layout.leftMargin: 12
+            Layout.rightMargin: 12
+
+            ToolButton {
+                id: backButton
+
+                readonly property string help: qsTr("Back to start")
+
+                objectName: "backButton"
+                visible: wizard.direction !== undefined
+                flat: true
+                icon.source: "icons/chevron.left.svg"
+                icon.width: Theme.caption + 2
+                icon.height: Theme.caption + 2
+                icon.color: Theme.secondary
+                font.weight: Font.DemiBold
+                ToolTip.text: help
+                ToolTip.visible: hovered
+                ToolTip.delay: 500
+                Accessible.name: help
+                onClicked: wizard.goHome()
+            }
+            Symbol {
+                objectName: "wordmarkSymbol"
+                symbol: "note.text"
+                size: Theme.title3 + 2
+                color: Theme.secondary
+            }
+            Label {
+                objectName: "wordmark"
+                text: qsTr("VELLORAN")
+                font.pixelSize: Theme.caption
+                font.bold: true
+                font.letterSpacing: 2.5
+                color: Theme.secondary
+            }
+            Item { Layout.fillWidth: true }
+        }
+
+        Rectangle {
+            implicitHeight: 1
+            color: Qt.rgba(Theme.secondary.r, Theme.secondary.g, Theme.secondary.b, 0.25)
+            Layout.fillWidth: true
+        }
+
+        Loader {
+            id: contentLoader
+
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            sourceComponent: ({
+                    "picker": pickerScreen,
+                    "export": exportScreen,
+                    "progress": progressScreen,
+                    "report": reportScreen,
+                    "analysis": analysisScreen,
+                    "import": importScreen
+                })[wizard.screen]
+        }
+    }
+
+    Component {
+        id: pickerScreen
+
+        DirectionPickerView {
+            objectName: "directionPicker"
+            onPick: direction => wizard.direction = direction
+        }
+    }
+
+    Component {
+        id: exportScreen
+
+        ExportFlowView {
+            objectName: "exportFlow"
+            exporter: wizard.exporter
+            onDone: wizard.goHome()
+        }
+    }
+
+    Component {
+        id: progressScreen
+
+        ProgressPanel {
+            objectName: "migrationProgress"
+            value: wizard.migrator?.progress ?? 0
+            current: wizard.migrator?.currentNote ?? ""
+            placeholder: qsTr("Preparing…")
+            caption: qsTr("Creating notes in Apple Notes — don't quit Notes while this runs.")
+        }
+    }
+
+    Component {
+        id: reportScreen
+
+        ReportView {
+            objectName: "report"
+            report: wizard.migrator?.report
+            onDone: wizard.goHome()
+        }
+    }
+
+    Component {
+        id: analysisScreen
+
+        AnalysisView {
+            objectName: "analysis"
+            analysis: wizard.analysis
+            vault: wizard.vault
+            migrator: wizard.migrator
+            controller: wizardController
+            onBack: wizardController.clearAnalysis()
+        }
+    }
+
+    Component {
+        id: importScreen
+
+        ColumnLayout {
+            objectName: "importScreen"
+
+            spacing: 14
+            Component.onDestruction: wizard.dropTargeted = false
+
+            Item { Layout.fillHeight: true }
+            Symbol {
+                symbol: "folder.fill"
+                size: 46
+                color: Theme.ink
+                Layout.alignment: Qt.AlignHCenter
+            }
+            Label {
+                text: qsTr("Move your Markdown files\ninto Apple Notes")
+                font.pixelSize: Theme.title
+                horizontalAlignment: Text.AlignHCenter
+                Layout.alignment: Qt.AlignHCenter
+            }
+            Label {
+                text: qsTr("Folders, images, tables and attachments — intact.\nYour original files are never touched.")
+                color: Theme.secondary
+                horizontalAlignment: Text.AlignHCenter
+                Layout.alignment: Qt.AlignHCenter
+            }
+            DropZone {
+                id: importZone
+
+                objectName: "importDropZone"
+                text: wizard.dropTargeted ? qsTr("Drop it!") : qsTr("Drop a folder of .md files (Obsidian, etc.)")
+                note: qsTr("from Finder — not notes from the Notes app")
+                Layout.preferredWidth: 400
+                Layout.preferredHeight: 124
+                Layout.alignment: Qt.AlignHCenter
+                onTargetedChanged: wizard.dropTargeted = targeted
+                onResolved: folder => {
+                    if (folder !== undefined)
+                        wizard.analyze(folder)
+                }
+            }
+            RowLayout {
+                objectName: "analyzing"
+                visible: wizard.isAnalyzing
+                spacing: 8
+                Layout.alignment: Qt.AlignHCenter
+
+                BusyIndicator {
+                    running: visible
+                    Layout.preferredWidth: 20
+                    Layout.preferredHeight: 20
+                }
+                Label {
+                    text: qsTr("Analyzing…")
+                }
+            }
+            Button {
+                objectName: "chooseFolderButton"
+                visible: !wizard.isAnalyzing
+                text: qsTr("Choose Folder…")
+                Layout.alignment: Qt.AlignHCenter
+                onClicked: wizard.pickFolder()
+            }
+            Item { Layout.fillHeight: true }
+        }
+    }
+}
