@@ -109,7 +109,7 @@ Item {
                             text: modelData.header !== undefined ? modelData.header : ""
                             font.weight: Font.DemiBold
                             color: Theme.secondary
-                            wrapMode: Text.WordWrap
+                            elide: Text.ElideRight
                             Layout.fillWidth: true
                         }
                         Repeater {
