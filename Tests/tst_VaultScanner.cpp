@@ -324,7 +324,8 @@ private slots:
     void crlfFile()
     {
         writeFile(vault(), u"n.md"_s, "---\r\ntitle: x\r\n---\r\n| a |\r\n- [ ] t\r\n");
-        const VaultAnalysis::Note &note = scanVault().notes.first();
+        const VaultAnalysis analysis = scanVault();
+        const VaultAnalysis::Note &note = analysis.notes.first();
         QVERIFY(!note.frontmatterStripped);
         QVERIFY(note.hasTables);
         QVERIFY(note.hasTasks);
@@ -334,7 +335,8 @@ private slots:
     void byteOrderMark()
     {
         writeFile(vault(), u"n.md"_s, "\xEF\xBB\xBF---\ntitle: x\n---\n[[Link]]");
-        const VaultAnalysis::Note &note = scanVault().notes.first();
+        const VaultAnalysis analysis = scanVault();
+        const VaultAnalysis::Note &note = analysis.notes.first();
         QVERIFY(note.frontmatterStripped);
         QCOMPARE(note.wikilinks, QStringList { u"Link"_s });
     }
@@ -342,7 +344,8 @@ private slots:
     void testsLookAtTheBodyOnly()
     {
         writeFile(vault(), u"n.md"_s, "---\ncover: \"![[fm.png]]\"\nlink: \"[[FM]]\"\ntags:\n- [x]\n---\nbody");
-        const VaultAnalysis::Note &note = scanVault().notes.first();
+        const VaultAnalysis analysis = scanVault();
+        const VaultAnalysis::Note &note = analysis.notes.first();
         QVERIFY(note.frontmatterStripped);
         QVERIFY(note.imageRefs.isEmpty());
         QVERIFY(note.wikilinks.isEmpty());
