@@ -10,6 +10,8 @@
 
 #include <QCoro/QCoroTask>
 
+#include <atomic>
+#include <memory>
 #include <optional>
 
 /// The controller of the Notes-to-Markdown direction: loads the Notes folder list, runs one export
@@ -59,6 +61,9 @@ public:
     QCoro::Task<> exportNotes(QStringList selectedFolders, QUrl to);
     /// Clears the outcome of a finished export.
     Q_INVOKABLE void reset();
+    /// Asks a running export to stop after the note being written; the result then covers what was done.
+    /// A request while the notes are still being read takes effect before the first note is written.
+    Q_INVOKABLE void requestStop();
 
     QVariant resultForView() const;
     QVariant errorMessageForView() const;
@@ -75,6 +80,14 @@ signals:
     void favouriteFolderChanged();
 
 private:
+    void setProgress(double progress);
+    void setCurrentNote(const QString &note);
+    void setRunning(bool running);
+    void setAvailableFolders(const QStringList &folders);
+    void setLoadingFolders(bool loading);
+    void setResult(std::optional<NotesExporter::Result> result);
+    void setErrorMessage(std::optional<QString> message);
+
     double m_progress = 0;
     QString m_currentNote;
     bool m_isRunning = false;
@@ -82,4 +95,6 @@ private:
     bool m_isLoadingFolders = false;
     std::optional<NotesExporter::Result> m_result;
     std::optional<QString> m_errorMessage;
+    /// The stop flag of the export under way, shared with its writer task.
+    std::shared_ptr<std::atomic_bool> m_stopRequested;
 };

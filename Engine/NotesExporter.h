@@ -81,9 +81,14 @@ QStringList listFolders();
 /// last folder's error is thrown.
 QList<NoteRecord> readNotes(const std::optional<QStringList> &folders = std::nullopt);
 
+/// Asked before each note, from the writer's thread: true ends the run there, as if the notes ended.
+using StopCheck = std::function<bool()>;
+
 /// Converts each record's body to Markdown and writes one .md file per note into `to`, one subfolder per
 /// Notes folder, never overwriting a file. Never throws: every problem is an entry of Result::failed.
-Result exportNotes(const QList<NoteRecord> &notes, const QUrl &to, const ProgressCallback &progress = {});
+/// `shouldStop`, when given, lets a caller end the run after the note being written.
+Result exportNotes(const QList<NoteRecord> &notes, const QUrl &to, const ProgressCallback &progress = {},
+    const StopCheck &shouldStop = {});
 
 /// A text safe as one file or folder name; may be empty.
 QString sanitizeFilename(const QString &name);

@@ -1,0 +1,386 @@
+// Tests of the export controller: the folder list, one export from the Notes stand-in (fake-osascript)
+// through the real script runners into Markdown files, the favourite folder, and reset.
+
+#include "Exporter.h"
+#include "NotesFixture.h"
+#include "TestUtil.h"
+
+#include <QPointer>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTest>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+using Pairs = QList<std::pair<QString, QString>>;
+
+namespace {
+
+QString refusedText()
+{
+    return u"Permission needed: System Settings → Privacy & Security → Automation → Velloran → Notes"_s;
+}
+
+/// A library of three folders, one of them holding a subfolder.
+const QByteArray library = R"({"folders": [
+    {"name": "Work", "notes": [
+        {"name": "Plan", "body": "<div>Plan</div><div>Step one</div>"},
+        {"name": "Ideas", "body": "<div>Ideas</div><div>Hello <i>there</i></div>"}],
+     "folders": [{"name": "Archive", "notes": [{"name": "Old", "body": "<div>Old</div><div>gone</div>"}]}]},
+    {"name": "home", "notes": [{"name": "Shopping", "body": "<div>Shopping</div><div>milk</div>"}]},
+    {"name": "Empty"}
+]})";
+
+/// Every published change of an exporter, in order, with the value it changed to.
+class Recorder
+{
+public:
+    explicit Recorder(Exporter &exporter)
+    {
+        QObject *context = &m_context;
+        QObject::connect(&exporter, &Exporter::progressChanged, context,
+            [&] { events.append(u"progress "_s + QString::number(exporter.progress(), 'g', 4)); });
+        QObject::connect(&exporter, &Exporter::currentNoteChanged, context,
+            [&] { events.append(u"note "_s + exporter.currentNote()); });
+        QObject::connect(&exporter, &Exporter::isRunningChanged, context,
+            [&] { events.append(u"running "_s + (exporter.isRunning() ? u"true"_s : u"false"_s)); });
+        QObject::connect(&exporter, &Exporter::availableFoldersChanged, context,
+            [&] { events.append(u"folders "_s + exporter.availableFolders().join(u'|')); });
+        QObject::connect(&exporter, &Exporter::isLoadingFoldersChanged, context,
+            [&] { events.append(u"loading "_s + (exporter.isLoadingFolders() ? u"true"_s : u"false"_s)); });
+        QObject::connect(&exporter, &Exporter::resultChanged, context,
+            [&] { events.append(exporter.result() ? u"result"_s : u"result absent"_s); });
+        QObject::connect(&exporter, &Exporter::errorMessageChanged, context,
+            [&] { events.append(u"error "_s + exporter.errorMessage().value_or(u"absent"_s)); });
+    }
+
+    QStringList events;
+
+private:
+    QObject m_context;
+};
+
+} // namespace
+
+class tst_Exporter : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<NotesFixture> fixture;
+
+    void load(Exporter &exporter)
+    {
+        QSignalSpy done(&exporter, &Exporter::isLoadingFoldersChanged);
+        auto task = exporter.loadFolders();
+        QTRY_VERIFY_WITH_TIMEOUT(task.isReady(), 60000);
+    }
+
+    void run(Exporter &exporter, const QStringList &folders, const QString &destination)
+    {
+        auto task = exporter.exportNotes(folders, QUrl::fromLocalFile(destination));
+        QTRY_VERIFY_WITH_TIMEOUT(task.isReady(), 60000);
+    }
+
+    static QString read(const QString &path)
+    {
+        QFile file(path);
+        if (!file.open(QIODevice::ReadOnly))
+            return u"(missing)"_s;
+        return QString::fromUtf8(file.readAll());
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        // The settings of this test stay out of the real home.
+        QVERIFY2(QSettings().fileName().contains(u"/.qttest/"_s), qPrintable(QSettings().fileName()));
+    }
+
+    void init()
+    {
+        fixture = std::make_unique<NotesFixture>();
+        QSettings().remove(Exporter::favouriteKey);
+    }
+
+    void cleanup()
+    {
+        QCOMPARE(fixture->leftovers(), QStringList());
+        fixture.reset();
+        QSettings().remove(Exporter::favouriteKey);
+    }
+
+    void initialState()
+    {
+        Exporter exporter;
+        QCOMPARE(exporter.progress(), 0.0);
+        QCOMPARE(exporter.currentNote(), QString());
+        QCOMPARE(exporter.isRunning(), false);
+        QCOMPARE(exporter.availableFolders(), QStringList());
+        QCOMPARE(exporter.isLoadingFolders(), false);
+        QVERIFY(!exporter.result());
+        QVERIFY(!exporter.errorMessage());
+        QVERIFY(!exporter.favouriteFolder());
+        QVERIFY(!exporter.property("result").isValid());
+        QVERIFY(!exporter.property("errorMessage").isValid());
+        QVERIFY(!exporter.property("favouriteFolder").isValid());
+    }
+
+    void favouriteFolderIsStoredAsAPath()
+    {
+        Exporter exporter;
+        QSignalSpy changed(&exporter, &Exporter::favouriteFolderChanged);
+        const QString folder = fixture->path(u"Out put"_s);
+        exporter.setFavourite(QUrl::fromLocalFile(folder));
+        QCOMPARE(changed.size(), 1);
+        QCOMPARE(Exporter::favouriteKey, u"velloran/favouriteExportFolder"_s);
+        // The plain path, not a URL string.
+        QCOMPARE(QSettings().value(u"velloran/favouriteExportFolder"_s).toString(), folder);
+        QCOMPARE(exporter.favouriteFolder(), std::optional<QUrl>(QUrl::fromLocalFile(folder)));
+        QCOMPARE(exporter.property("favouriteFolder").toUrl(), QUrl::fromLocalFile(folder));
+        // Nothing checks that the folder exists.
+        QVERIFY(!QFileInfo::exists(folder));
+
+        // A later favourite replaces the first; another controller reads the same store.
+        exporter.setFavourite(QUrl::fromLocalFile(u"/elsewhere"_s));
+        QCOMPARE(Exporter().favouriteFolder(), std::optional<QUrl>(QUrl::fromLocalFile(u"/elsewhere"_s)));
+
+        exporter.setFavourite(std::nullopt);
+        QCOMPARE(changed.size(), 3);
+        QVERIFY(!exporter.favouriteFolder());
+        QVERIFY(!QSettings().contains(u"velloran/favouriteExportFolder"_s));
+        QVERIFY(!exporter.property("favouriteFolder").isValid());
+    }
+
+    void storedEmptyFavouriteIsAbsent()
+    {
+        QSettings().setValue(u"velloran/favouriteExportFolder"_s, QString());
+        QVERIFY(!Exporter().favouriteFolder());
+        // Read on every access: a value stored behind the controller's back is seen.
+        Exporter exporter;
+        QSettings().setValue(u"velloran/favouriteExportFolder"_s, u"/tmp/x"_s);
+        QCOMPARE(exporter.favouriteFolder(), std::optional<QUrl>(QUrl::fromLocalFile(u"/tmp/x"_s)));
+    }
+
+    void loadFolders()
+    {
+        fixture->seed(library);
+        Exporter exporter;
+        Recorder recorder(exporter);
+        load(exporter);
+        // Sorted locale-aware and case-insensitively, subfolders among them.
+        const QStringList expected { u"Archive"_s, u"Empty"_s, u"home"_s, u"Work"_s };
+        QCOMPARE(exporter.availableFolders(), expected);
+        QCOMPARE(recorder.events,
+            (QStringList { u"loading true"_s, u"folders Archive|Empty|home|Work"_s, u"loading false"_s }));
+        QVERIFY(!exporter.errorMessage());
+    }
+
+    void failedLoadEmptiesAnEarlierList()
+    {
+        fixture->seed(library);
+        Exporter exporter;
+        load(exporter);
+        QCOMPARE(exporter.availableFolders().size(), 4);
+
+        qputenv("VELLORAN_FAKE_NOTES_DENY", "1");
+        Recorder recorder(exporter);
+        load(exporter);
+        QCOMPARE(exporter.availableFolders(), QStringList());
+        QCOMPARE(exporter.errorMessage(), std::optional<QString>(refusedText()));
+        QCOMPARE(exporter.property("errorMessage").toString(), refusedText());
+        QCOMPARE(recorder.events,
+            (QStringList { u"loading true"_s, u"error "_s + refusedText(), u"folders "_s, u"loading false"_s }));
+
+        // The next load clears the message first.
+        qunsetenv("VELLORAN_FAKE_NOTES_DENY");
+        recorder.events.clear();
+        load(exporter);
+        QCOMPARE(recorder.events,
+            (QStringList {
+                u"loading true"_s, u"error absent"_s, u"folders Archive|Empty|home|Work"_s, u"loading false"_s }));
+    }
+
+    void emptySelectionExportsEveryFolder()
+    {
+        fixture->seed(library);
+        const QString out = fixture->path(u"out"_s);
+        Exporter exporter;
+        run(exporter, {}, out);
+        QVERIFY(exporter.result());
+        const NotesExporter::Result result = *exporter.result();
+        QCOMPARE(result.written, 4);
+        QCOMPARE(result.failed, Pairs());
+        QCOMPARE(result.folders, (QSet<QString> { u"home"_s, u"Work"_s, u"Archive"_s }));
+        QCOMPARE(read(out + u"/Work/Plan.md"_s), u"# Plan\n\nPlan\nStep one\n"_s);
+        QCOMPARE(read(out + u"/Work/Ideas.md"_s), u"# Ideas\n\nIdeas\nHello *there*\n"_s);
+        QCOMPARE(read(out + u"/Archive/Old.md"_s), u"# Old\n\nOld\ngone\n"_s);
+        QCOMPARE(read(out + u"/home/Shopping.md"_s), u"# Shopping\n\nShopping\nmilk\n"_s);
+        QCOMPARE(exporter.progress(), 1.0);
+        QCOMPARE(exporter.currentNote(), QString());
+        QCOMPARE(exporter.isRunning(), false);
+        QVERIFY(!exporter.errorMessage());
+        // Every folder was read: the list, then one read per folder.
+        QStringList programs;
+        for (const QJsonObject &run : fixture->runs())
+            programs.append(run.value(u"program"_s).toString());
+        QCOMPARE(programs.count(u"read-folder"_s), 4);
+
+        const QVariantMap view = exporter.property("result").toMap();
+        QCOMPARE(view.value(u"written"_s).toLongLong(), 4);
+        QCOMPARE(view.value(u"failed"_s).toList(), QVariantList());
+        QCOMPARE(view.value(u"folders"_s).toStringList(), (QStringList { u"Archive"_s, u"Work"_s, u"home"_s }));
+    }
+
+    void selectedFoldersOnly()
+    {
+        fixture->seed(library);
+        const QString out = fixture->path(u"out"_s);
+        Exporter exporter;
+        run(exporter, { u"home"_s, u"Archive"_s }, out);
+        QCOMPARE(exporter.result()->written, 2);
+        QCOMPARE(exporter.result()->folders, (QSet<QString> { u"home"_s, u"Archive"_s }));
+        QVERIFY(!QFileInfo::exists(out + u"/Work"_s));
+        QCOMPARE(QDir(out).entryList(QDir::Dirs | QDir::NoDotAndDotDot), (QStringList { u"Archive"_s, u"home"_s }));
+    }
+
+    void publishedStateInOrder()
+    {
+        fixture->seed(R"({"folders": [{"name": "F", "notes": [
+            {"name": "A", "body": "<div>A</div>"}, {"name": "B", "body": "<div>B</div>"},
+            {"name": "C", "body": "<div>C</div>"}, {"name": "D", "body": "<div>D</div>"}]}]})");
+        Exporter exporter;
+        Recorder recorder(exporter);
+        run(exporter, {}, fixture->path(u"out"_s));
+        // One queued call per writer callback, each setting progress and then the note; the completion after
+        // the last of them. Progress 0 and the final 1 and "" are not announced twice: they did not change.
+        const QStringList expected { u"running true"_s, u"note A"_s, u"progress 0.25"_s, u"note B"_s, u"progress 0.5"_s,
+            u"note C"_s, u"progress 0.75"_s, u"note D"_s, u"progress 1"_s, u"note "_s, u"running false"_s,
+            u"result"_s };
+        QCOMPARE(recorder.events, expected);
+        QCOMPARE(exporter.result()->written, 4);
+    }
+
+    void readingFailureGivesItsOwnResult()
+    {
+        fixture->seed(library);
+        qputenv("VELLORAN_FAKE_NOTES_DENY", "1");
+        const QString out = fixture->path(u"out"_s);
+        Exporter exporter;
+        Recorder recorder(exporter);
+        run(exporter, {}, out);
+        QCOMPARE(recorder.events,
+            (QStringList {
+                u"running true"_s, u"error "_s + refusedText(), u"progress 1"_s, u"running false"_s, u"result"_s }));
+        const NotesExporter::Result result = *exporter.result();
+        QCOMPARE(result.written, 0);
+        QCOMPARE(result.folders, QSet<QString>());
+        QCOMPARE(result.failed, (Pairs { { u"(reading Apple Notes)"_s, refusedText() } }));
+        QCOMPARE(exporter.errorMessage(), std::optional<QString>(refusedText()));
+        QVERIFY(!QFileInfo::exists(out));
+    }
+
+    void namedFoldersThatAllFailAreAReadingFailure()
+    {
+        fixture->seed(library);
+        qputenv("VELLORAN_FAKE_NOTES_TIMEOUT", "1");
+        Exporter exporter;
+        run(exporter, { u"Work"_s }, fixture->path(u"out"_s));
+        QCOMPARE(exporter.result()->failed.size(), 1);
+        QCOMPARE(exporter.result()->failed.at(0).first, u"(reading Apple Notes)"_s);
+        QVERIFY(exporter.result()->failed.at(0).second.startsWith(u"Apple Notes error: "_s));
+        QVERIFY(exporter.result()->failed.at(0).second.endsWith(u"AppleEvent timed out. (-1712)"_s));
+        QCOMPARE(exporter.errorMessage(), std::optional<QString>(exporter.result()->failed.at(0).second));
+    }
+
+    void writerFailuresStayInTheResult()
+    {
+        fixture->seed(library);
+        // A destination below a file can be neither used nor made.
+        const QString underAFile = fixture->writeFile(u"a file"_s, "x") + u"/out"_s;
+        Exporter exporter;
+        run(exporter, {}, underAFile);
+        QCOMPARE(exporter.result()->written, 0);
+        QCOMPARE(exporter.result()->failed, (Pairs { { u"(destination)"_s, u"not writable"_s } }));
+        QVERIFY(!exporter.errorMessage());
+        QCOMPARE(exporter.progress(), 1.0);
+    }
+
+    void secondExportNeverOverwrites()
+    {
+        fixture->seed(library);
+        const QString out = fixture->path(u"out"_s);
+        Exporter exporter;
+        run(exporter, { u"Work"_s }, out);
+        const QMap<QString, QByteArray> first = TestUtil::hashTree(out);
+        run(exporter, { u"Work"_s }, out);
+        QCOMPARE(exporter.result()->written, 2);
+        const QMap<QString, QByteArray> second = TestUtil::hashTree(out);
+        QCOMPARE(second.keys(),
+            (QStringList { u"Work/Ideas (2).md"_s, u"Work/Ideas.md"_s, u"Work/Plan (2).md"_s, u"Work/Plan.md"_s }));
+        QCOMPARE(second.value(u"Work/Plan.md"_s), first.value(u"Work/Plan.md"_s));
+        QCOMPARE(second.value(u"Work/Plan (2).md"_s), first.value(u"Work/Plan.md"_s));
+    }
+
+    void resetClearsTheOutcomeOnly()
+    {
+        fixture->seed(library);
+        Exporter exporter;
+        load(exporter);
+        qputenv("VELLORAN_FAKE_NOTES_DENY", "1");
+        run(exporter, {}, fixture->path(u"out"_s));
+        QVERIFY(exporter.result());
+        QVERIFY(exporter.errorMessage());
+        QCOMPARE(exporter.availableFolders().size(), 4);
+
+        Recorder recorder(exporter);
+        exporter.reset();
+        QCOMPARE(recorder.events, (QStringList { u"result absent"_s, u"error absent"_s, u"progress 0"_s }));
+        QVERIFY(!exporter.result());
+        QVERIFY(!exporter.errorMessage());
+        QCOMPARE(exporter.progress(), 0.0);
+        QCOMPARE(exporter.currentNote(), QString());
+        QCOMPARE(exporter.isRunning(), false);
+        QCOMPARE(exporter.availableFolders().size(), 4);
+        QCOMPARE(exporter.isLoadingFolders(), false);
+    }
+
+    void stopWhileReadingWritesNothing()
+    {
+        fixture->seed(library);
+        const QString out = fixture->path(u"out"_s);
+        Exporter exporter;
+        // Asked while the notes are still being read: the writer stops before its first note.
+        const auto stopper = connect(&exporter, &Exporter::isRunningChanged, this, [&] {
+            if (exporter.isRunning())
+                exporter.requestStop();
+        });
+        run(exporter, {}, out);
+        QCOMPARE(exporter.result()->written, 0);
+        QCOMPARE(exporter.result()->failed, Pairs());
+        QCOMPARE(exporter.isRunning(), false);
+        QCOMPARE(exporter.progress(), 1.0);
+
+        // The request belonged to that run only.
+        disconnect(stopper);
+        exporter.requestStop();
+        run(exporter, {}, out);
+        QCOMPARE(exporter.result()->written, 4);
+    }
+
+    void controllerDeletedDuringAnExport()
+    {
+        fixture->seed(library);
+        auto *exporter = new Exporter;
+        QPointer<Exporter> watch(exporter);
+        auto task = exporter->exportNotes({}, QUrl::fromLocalFile(fixture->path(u"out"_s)));
+        exporter->deleteLater();
+        QTRY_VERIFY_WITH_TIMEOUT(watch.isNull(), 60000);
+        QTRY_VERIFY_WITH_TIMEOUT(task.isReady(), 60000);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_Exporter)
+#include "tst_Exporter.moc"
