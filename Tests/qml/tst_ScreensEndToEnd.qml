@@ -39,7 +39,7 @@ Item {
         property QtObject exporter
         property var wizard
 
-        name: "EndToEnd"
+        name: "ScreensEndToEnd"
         when: windowShown
 
         function init() {
