@@ -159,7 +159,7 @@ void BM_ExportNotes(benchmark::State &state)
     }
     state.SetItemsProcessed(state.iterations() * exportCount);
 }
-BENCHMARK(BM_ExportNotes)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(BM_ExportNotes)->Unit(benchmark::kMillisecond)->Iterations(3)->UseRealTime();
 
 /// The floor: the files that BM_ExportNotes writes (same folders, names and contents, made beforehand),
 /// written with plain QSaveFile calls.
@@ -203,7 +203,7 @@ void BM_ExportFloorQSaveFile(benchmark::State &state)
     }
     state.SetItemsProcessed(state.iterations() * exportCount);
 }
-BENCHMARK(BM_ExportFloorQSaveFile)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(BM_ExportFloorQSaveFile)->Unit(benchmark::kMillisecond)->Iterations(3)->UseRealTime();
 
 } // namespace
 

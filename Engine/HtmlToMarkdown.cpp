@@ -123,6 +123,35 @@ std::optional<QString> scalarFromDigits(QStringView digits, char32_t base)
     return QString::fromUcs4(&value, 1);
 }
 
+bool isCollapsedWhiteSpace(QChar c)
+{
+    return c == u' ' || c == u'\t' || c == u'\r' || c == u'\n';
+}
+
+/// Whether collapsing runs of spaces, tabs and line breaks to one space would change `text`: most text
+/// runs hold only single spaces, and need no regular-expression pass.
+bool hasWhiteSpaceToCollapse(QStringView text)
+{
+    bool afterSpace = false;
+    for (const QChar c : text) {
+        switch (c.unicode()) {
+        case u'\t':
+        case u'\r':
+        case u'\n':
+            return true;
+        case u' ':
+            if (afterSpace)
+                return true;
+            afterSpace = true;
+            break;
+        default:
+            afterSpace = false;
+            break;
+        }
+    }
+    return false;
+}
+
 struct ListEntry
 {
     QString type;
@@ -146,7 +175,11 @@ struct Renderer
             return;
         }
         static const Regex whiteSpace(u"[ \\t\\r\\n]+"_s);
-        const QString collapsed = whiteSpace.replaceAll(decoded, u" "_s);
+        QString collapsed = decoded;
+        if (std::all_of(decoded.cbegin(), decoded.cend(), isCollapsedWhiteSpace))
+            collapsed = u" "_s; // the line breaks between block tags: one run, one space
+        else if (hasWhiteSpaceToCollapse(decoded))
+            collapsed = whiteSpace.replaceAll(decoded, u" "_s);
         if (collapsed == u" "_s) {
             if (!out.isEmpty() && !endsWithCharacters(out, u"\n") && !endsWithCharacters(out, u" "))
                 out += u' ';
@@ -560,6 +593,8 @@ QString decodeEntities(const QString &text)
     QString result = text;
     for (auto it = entities.cbegin(); it != entities.cend(); ++it)
         result.replace(it.key(), it.value());
+    if (!result.contains(u"&#"))
+        return result; // no numeric reference can match
     result = replaceRegex(
         result, u"&#x([0-9A-Fa-f]+);"_s, [](QStringView digits) { return scalarFromDigits(digits, 16); });
     result = replaceRegex(result, u"&#([0-9]+);"_s, [](QStringView digits) { return scalarFromDigits(digits, 10); });
@@ -590,7 +625,9 @@ QString replaceRegex(const QString &text, const QString &pattern,
 QString convert(const QString &html)
 {
     static const Regex blankLines(u"\\n{3,}"_s);
-    const QString markdown = blankLines.replaceAll(render(tokenize(html)), u"\n\n"_s);
+    QString markdown = render(tokenize(html));
+    if (markdown.contains(u"\n\n\n"))
+        markdown = blankLines.replaceAll(markdown, u"\n\n"_s);
     return Text::trimWhitespaceAndNewlines(markdown).toString();
 }
 
@@ -667,9 +704,9 @@ QString escapeMarkdown(QStringView text)
 {
     QString escaped;
     escaped.reserve(text.size() + text.size() / 8);
+    qsizetype copied = 0;
     for (qsizetype i = 0; i < text.size(); ++i) {
-        const QChar c = text[i];
-        switch (c.unicode()) {
+        switch (text[i].unicode()) {
         case u'\\':
         case u'*':
         case u'_':
@@ -677,14 +714,17 @@ QString escapeMarkdown(QStringView text)
         case u'[':
         case u']':
             // Only the character itself: with a mark attached it is another character.
-            if (isWholeCharacter(text, i))
+            if (isWholeCharacter(text, i)) {
+                escaped += text.sliced(copied, i - copied);
                 escaped += u'\\';
+                copied = i;
+            }
             break;
         default:
             break;
         }
-        escaped += c;
     }
+    escaped += text.sliced(copied);
     return escaped;
 }
 

@@ -114,7 +114,8 @@ QString sanitizeFilename(const QString &name)
     return text;
 }
 
-Result exportNotes(const QList<NoteRecord> &notes, const QUrl &to, const ProgressCallback &progress)
+Result exportNotes(
+    const QList<NoteRecord> &notes, const QUrl &to, const ProgressCallback &progress, const StopCheck &shouldStop)
 {
     Result result;
     const QString destination = to.toLocalFile();
@@ -130,6 +131,8 @@ Result exportNotes(const QList<NoteRecord> &notes, const QUrl &to, const Progres
     QHash<QString, QSet<QString>> namesGiven;
     const qsizetype n = notes.size();
     for (qsizetype i = 0; i < n; ++i) {
+        if (shouldStop && shouldStop())
+            break;
         const NoteRecord &note = notes[i];
         if (progress)
             progress(double(i) / double(n), note.name);

@@ -517,6 +517,24 @@ private slots:
                 { 0.0, u"N0"_s }, { 0.25, u"N1"_s }, { 0.5, u"N2"_s }, { 0.75, u"N3"_s }, { 1.0, QString() } }));
     }
 
+    void stopCheckEndsTheRun()
+    {
+        Workspace space;
+        ProgressCalls calls;
+        int asked = 0;
+        const Result result = NotesExporter::exportNotes(
+            { { u"F"_s, u"A"_s, u"x"_s }, { u"F"_s, u"B"_s, u"y"_s }, { u"F"_s, u"C"_s, u"z"_s } }, space.url(),
+            [&](double f, const QString &n) {
+                calls.append({ f, n });
+            },
+            [&] { return ++asked > 1; });
+        QCOMPARE(asked, 2);
+        QCOMPARE(result.written, 1);
+        QCOMPARE(result.failed, Failures());
+        QCOMPARE(calls, (ProgressCalls { { 0.0, u"A"_s }, { 1.0, QString() } }));
+        QCOMPARE(tree(space.path()), (QStringList { u"F/"_s, u"F/A.md"_s }));
+    }
+
     void unreadableBodyIsStillWritten()
     {
         Workspace space;
