@@ -15,3 +15,6 @@ void addExportCommands(CLI::App &app, int &exitCode);
 
 /// folders
 void addNotesCommands(CLI::App &app, int &exitCode);
+
+/// migrate, export, round-trip: whole runs of the migration and export controllers
+void addRunCommands(CLI::App &app, int &exitCode);

@@ -21,6 +21,7 @@ int main(int argc, char **argv)
     addMigrationCommands(app, exitCode);
     addNotesCommands(app, exitCode);
     addExportCommands(app, exitCode);
+    addRunCommands(app, exitCode);
 
     try {
         app.parse(argc, argv);

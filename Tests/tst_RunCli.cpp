@@ -1,0 +1,371 @@
+// Tests of velloran-cli's migrate, export and round-trip commands against the Notes stand-in: what they
+// print, their exit statuses, the progress line, and Ctrl-C.
+
+#include "NotesFixture.h"
+#include "TestUtil.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QStandardPaths>
+#include <QTest>
+
+#include <csignal>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+using TestUtil::runCli;
+
+namespace {
+
+const QString exampleVault = QStringLiteral(VELLORAN_SOURCE_DIR "/examples/vault");
+
+QString refusedText()
+{
+    return u"Permission needed: System Settings → Privacy & Security → Automation → Velloran → Notes"_s;
+}
+
+const QString exampleReport = u"Migration complete\n"
+                              "12 notes · 4 images attached\n"
+                              "\n"
+                              "Images not found on disk (3)\n"
+                              "  2024-01-16: https://example.com/cat.png\n"
+                              "  Launch plan: missing-chart.png\n"
+                              "  Recipes: gone.jpg\n"
+                              "\n"
+                              "Deep folders flattened to “A ▸ B” (Notes nests one level)\n"
+                              "  Projects/2024/Q1\n"
+                              "\n"
+                              "7 wikilinks became underlined text references — Apple Notes has no API for creating "
+                              "note-to-note links.\n"_s;
+
+} // namespace
+
+class tst_RunCli : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<NotesFixture> fixture;
+    QString vault;
+
+    /// The number of notes the stand-in holds below "Imported by Velloran".
+    qsizetype importedNotes() const
+    {
+        qsizetype count = 0;
+        for (const QJsonValue top : fixture->folders()) {
+            const QJsonObject root = top.toObject();
+            if (root.value(u"name"_s).toString() != u"Imported by Velloran"_s)
+                continue;
+            count += root.value(u"notes"_s).toArray().size();
+            for (const QJsonValue sub : root.value(u"folders"_s).toArray())
+                count += sub.toObject().value(u"notes"_s).toArray().size();
+        }
+        return count;
+    }
+
+    qsizetype runsOf(const QString &program) const
+    {
+        qsizetype count = 0;
+        for (const QJsonObject &run : fixture->runs())
+            count += run.value(u"program"_s).toString() == program ? 1 : 0;
+        return count;
+    }
+
+private slots:
+    void init()
+    {
+        fixture = std::make_unique<NotesFixture>();
+        vault = fixture->path(u"vault"_s);
+        QVERIFY(QDir().mkpath(vault));
+        // The command-line tool keeps its settings out of the real home.
+        qputenv("XDG_CONFIG_HOME", fixture->path(u"config"_s).toUtf8());
+    }
+
+    void cleanup()
+    {
+        QCOMPARE(fixture->leftovers(), QStringList());
+        fixture.reset();
+    }
+
+    void migrateExampleVault()
+    {
+        const QMap<QString, QByteArray> before = TestUtil::hashTree(exampleVault);
+        const TestUtil::CliResult r = runCli({ u"migrate"_s, exampleVault });
+        QCOMPARE(QString::fromUtf8(r.out), exampleReport);
+        QCOMPARE(r.exitCode, 0);
+        // Standard error is not a terminal here: no progress line.
+        QCOMPARE(r.err, QByteArray());
+        QCOMPARE(importedNotes(), 12);
+        QCOMPARE(TestUtil::hashTree(exampleVault), before);
+
+        // Again: everything is skipped, and that alone is no issue.
+        const TestUtil::CliResult again = runCli({ u"migrate"_s, exampleVault });
+        QCOMPARE(QString::fromUtf8(again.out),
+            u"Migration complete\n"
+            "0 notes · 0 images attached\n"
+            "\n"
+            "Images not found on disk (3)\n"
+            "  2024-01-16: https://example.com/cat.png\n"
+            "  Launch plan: missing-chart.png\n"
+            "  Recipes: gone.jpg\n"
+            "\n"
+            "Deep folders flattened to “A ▸ B” (Notes nests one level)\n"
+            "  Projects/2024/Q1\n"
+            "\n"
+            "12 notes already existed in the destination folder and were skipped (no duplicates created). Safe to "
+            "re-run.\n"_s);
+        QCOMPARE(again.exitCode, 0);
+        QCOMPARE(importedNotes(), 12);
+    }
+
+    void migrateJson()
+    {
+        const TestUtil::CliResult r = runCli({ u"migrate"_s, u"--json"_s, exampleVault });
+        QCOMPARE(r.exitCode, 0);
+        QCOMPARE(r.out,
+            QByteArray("{\"notesCreated\":12,\"notesSkipped\":0,\"notesFailed\":[],\"notesMisfiled\":[],"
+                       "\"imagesAttached\":4,\"imagesMissing\":[\"2024-01-16: https://example.com/cat.png\","
+                       "\"Launch plan: missing-chart.png\",\"Recipes: gone.jpg\"],"
+                       "\"foldersFlattened\":[\"Projects/2024/Q1\"],\"wikilinksDegraded\":7}\n"));
+    }
+
+    void migrateWithIssues()
+    {
+        TestUtil::writeFile(vault, u"Lost/Stray.md"_s, "stray\n");
+        TestUtil::writeFile(vault, u"Odd.md"_s, "odd\n");
+        qputenv("VELLORAN_FAKE_NOTES_FAIL_FOLDER", "Lost");
+        qputenv("VELLORAN_FAKE_NOTES_FAIL_NOTE", "Odd");
+        const TestUtil::CliResult r = runCli({ u"migrate"_s, vault });
+        QCOMPARE(r.exitCode, 1);
+        const QString out = QString::fromUtf8(r.out);
+        const QRegularExpression expected(u"^Migration finished with issues\n"
+                                          "0 notes · 0 images attached\n"
+                                          "\n"
+                                          "Failed \\(2\\)\n"
+                                          "  \\(folder Lost\\) — Apple Notes error: [^\n]*\\(-10000\\)\n"
+                                          "  Odd — Apple Notes error: [^\n]*\\(-10000\\)\n"
+                                          "\n"
+                                          "Placed in root — their folder couldn’t be created \\(1\\)\n"
+                                          "  Stray — expected in “Lost”\n$"_s);
+        QVERIFY2(expected.match(out).hasMatch(), qPrintable(out));
+
+        const TestUtil::CliResult json = runCli({ u"migrate"_s, u"--json"_s, vault });
+        QCOMPARE(json.exitCode, 1);
+        const QJsonObject report = QJsonDocument::fromJson(json.out).object();
+        QCOMPARE(report.keys().size(), 8);
+        QCOMPARE(report.value(u"notesSkipped"_s).toInteger(), 1);
+        QCOMPARE(report.value(u"notesMisfiled"_s).toArray(), QJsonArray());
+        QCOMPARE(report.value(u"notesFailed"_s).toArray().size(), 2);
+        QCOMPARE(report.value(u"notesFailed"_s).toArray().at(1).toArray().at(0).toString(), u"Odd"_s);
+    }
+
+    void migrateRefused()
+    {
+        TestUtil::writeFile(vault, u"Note.md"_s, "text\n");
+        qputenv("VELLORAN_FAKE_NOTES_DENY", "1");
+        const TestUtil::CliResult r = runCli({ u"migrate"_s, vault });
+        QCOMPARE(QString::fromUtf8(r.out),
+            u"Migration finished with issues\n0 notes · 0 images attached\n\nFailed (1)\n  (setup) — "_s + refusedText()
+                + u'\n');
+        QCOMPARE(r.exitCode, 1);
+        const TestUtil::CliResult json = runCli({ u"migrate"_s, u"--json"_s, vault });
+        QCOMPARE(json.out,
+            "{\"notesCreated\":0,\"notesSkipped\":0,\"notesFailed\":[[\"(setup)\",\"" + refusedText().toUtf8()
+                + "\"]],\"notesMisfiled\":[],\"imagesAttached\":0,\"imagesMissing\":[],\"foldersFlattened\":[],"
+                  "\"wikilinksDegraded\":0}\n");
+        QCOMPARE(json.exitCode, 1);
+    }
+
+    void usageErrors_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addRow("migrate without a path") << QStringList { u"migrate"_s };
+        QTest::addRow("migrate a missing folder") << QStringList { u"migrate"_s, u"/no/such/folder"_s };
+        QTest::addRow("migrate a file") << QStringList { u"migrate"_s, exampleVault + u"/Welcome.md"_s };
+        QTest::addRow("migrate with an unknown flag") << QStringList { u"migrate"_s, u"--fast"_s, exampleVault };
+        QTest::addRow("export without a destination") << QStringList { u"export"_s };
+        QTest::addRow("export --folder without a name") << QStringList { u"export"_s, u"out"_s, u"--folder"_s };
+        QTest::addRow("round-trip without a path") << QStringList { u"round-trip"_s };
+    }
+
+    void usageErrors()
+    {
+        QFETCH(QStringList, arguments);
+        const TestUtil::CliResult r = runCli(arguments);
+        QCOMPARE(r.exitCode, 2);
+        QCOMPARE(r.out, QByteArray());
+        QVERIFY(!r.err.isEmpty());
+        QCOMPARE(fixture->runs().size(), 0);
+    }
+
+    void exportEverything()
+    {
+        QCOMPARE(runCli({ u"migrate"_s, exampleVault }).exitCode, 0);
+        const QString out = fixture->path(u"out"_s);
+        const TestUtil::CliResult r = runCli({ u"export"_s, out });
+        QCOMPARE(QString::fromUtf8(r.out), u"Export complete\n12 notes written · 5 folders\n"_s);
+        QCOMPARE(r.exitCode, 0);
+        QCOMPARE(r.err, QByteArray());
+        QCOMPARE(TestUtil::hashTree(out).size(), 12);
+
+        const TestUtil::CliResult json = runCli({ u"export"_s, u"--json"_s, out });
+        QCOMPARE(json.out,
+            QByteArray("{\"written\":12,\"failed\":[],\"folders\":[\"Imported by Velloran\",\"Journal\",\"Projects\","
+                       "\"Projects ▸ 2024 ▸ Q1\",\"Reference\"]}\n"));
+        QCOMPARE(TestUtil::hashTree(out).size(), 24);
+    }
+
+    void exportNamedFolders()
+    {
+        QCOMPARE(runCli({ u"migrate"_s, exampleVault }).exitCode, 0);
+        const QString out = fixture->path(u"out"_s);
+        const TestUtil::CliResult r
+            = runCli({ u"export"_s, u"--json"_s, u"--folder"_s, u"Reference"_s, out, u"--folder"_s, u"Journal"_s });
+        QCOMPARE(r.exitCode, 0);
+        QCOMPARE(r.out, QByteArray("{\"written\":5,\"failed\":[],\"folders\":[\"Journal\",\"Reference\"]}\n"));
+        QCOMPARE(runsOf(u"read-folder"_s), 2);
+        QCOMPARE(runsOf(u"list-folders"_s), 0);
+    }
+
+    void exportRefused()
+    {
+        qputenv("VELLORAN_FAKE_NOTES_DENY", "1");
+        const QString out = fixture->path(u"out"_s);
+        const TestUtil::CliResult r = runCli({ u"export"_s, out });
+        QCOMPARE(QString::fromUtf8(r.out),
+            u"Export finished with issues\n0 notes written · 0 folders\n\nFailed (1)\n  (reading Apple Notes) — "_s
+                + refusedText() + u'\n');
+        QCOMPARE(r.exitCode, 1);
+        const TestUtil::CliResult json = runCli({ u"export"_s, u"--json"_s, out });
+        QCOMPARE(json.out,
+            "{\"written\":0,\"failed\":[[\"(reading Apple Notes)\",\"" + refusedText().toUtf8()
+                + "\"]],\"folders\":[]}\n");
+        QCOMPARE(json.exitCode, 1);
+        QVERIFY(!QFileInfo::exists(out));
+    }
+
+    void progressLineOnATerminal()
+    {
+        // `script` gives the tool a terminal; the progress line is drawn on it, and the report follows.
+        if (QStandardPaths::findExecutable(u"script"_s).isEmpty())
+            QSKIP("needs script(1) to provide a terminal");
+        TestUtil::writeFile(vault, u"One.md"_s, "1\n");
+        TestUtil::writeFile(vault, u"Two.md"_s, "2\n");
+        QProcess process;
+        process.start(u"script"_s,
+            { u"-qec"_s, u"'"_s + QStringLiteral(VELLORAN_CLI) + u"' migrate '"_s + vault + u"'"_s, u"/dev/null"_s });
+        QVERIFY(process.waitForFinished(60000));
+        QCOMPARE(process.exitCode(), 0);
+        const QString all = QString::fromUtf8(process.readAllStandardOutput());
+        QVERIFY2(all.contains(u"\r\033[K[###############---------------]  50%  Two"_s), qPrintable(all));
+        QVERIFY2(all.contains(u"Migration complete\r\n2 notes · 0 images attached\r\n"_s), qPrintable(all));
+    }
+
+    void ctrlCStopsAfterTheCurrentNote()
+    {
+        for (int i = 1; i <= 20; ++i)
+            TestUtil::writeFile(vault, u"Note %1.md"_s.arg(i, 2, 10, QChar(u'0')), "text\n");
+        // Each script run takes a while, so that the interrupt comes in the middle of the run.
+        qputenv("VELLORAN_FAKE_NOTES_DELAY_MS", "150");
+        QProcess process;
+        process.start(QStringLiteral(VELLORAN_CLI), { u"migrate"_s, u"--json"_s, vault });
+        QVERIFY(process.waitForStarted());
+        QTRY_VERIFY_WITH_TIMEOUT(runsOf(u"create-note"_s) >= 1, 60000);
+        ::kill(pid_t(process.processId()), SIGINT);
+        QVERIFY(process.waitForFinished(60000));
+        QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(process.exitCode(), 130);
+        const QJsonObject report = QJsonDocument::fromJson(process.readAllStandardOutput()).object();
+        const qint64 created = report.value(u"notesCreated"_s).toInteger();
+        // The note in flight finished and was counted; nothing after it was started.
+        QVERIFY2(created >= 1 && created < 20, qPrintable(QString::number(created)));
+        QCOMPARE(importedNotes(), created);
+        QCOMPARE(runsOf(u"create-note"_s), created);
+        QCOMPARE(QString::fromUtf8(process.readAllStandardError()), u"Stopping after the current note…\n"_s);
+        // cleanup() checks that no body or script file was left behind.
+    }
+
+    void ctrlCDuringAnExportWritesNothing()
+    {
+        QCOMPARE(runCli({ u"migrate"_s, exampleVault }).exitCode, 0);
+        qputenv("VELLORAN_FAKE_NOTES_DELAY_MS", "150");
+        const QString out = fixture->path(u"out"_s);
+        QProcess process;
+        process.start(QStringLiteral(VELLORAN_CLI), { u"export"_s, u"--json"_s, out });
+        QVERIFY(process.waitForStarted());
+        // Interrupted while the folders are read: the writer stops before its first note.
+        QTRY_VERIFY_WITH_TIMEOUT(runsOf(u"read-folder"_s) >= 1, 60000);
+        ::kill(pid_t(process.processId()), SIGINT);
+        QVERIFY(process.waitForFinished(60000));
+        QCOMPARE(process.exitCode(), 130);
+        QCOMPARE(process.readAllStandardOutput(), QByteArray("{\"written\":0,\"failed\":[],\"folders\":[]}\n"));
+        QVERIFY(!QFileInfo::exists(out) || TestUtil::hashTree(out).isEmpty());
+    }
+
+    void roundTripReport()
+    {
+        const QMap<QString, QByteArray> before = TestUtil::hashTree(exampleVault);
+        const TestUtil::CliResult r = runCli({ u"round-trip"_s, exampleVault });
+        QCOMPARE(r.exitCode, 0);
+        const QStringList lines = QString::fromUtf8(r.out).split(u'\n', Qt::SkipEmptyParts);
+        QCOMPARE(lines.size(), 13); // one per note, then the total
+        // The round trip works in a library of its own: the test's library is untouched.
+        QCOMPARE(fixture->folders(), QJsonArray());
+        QCOMPARE(TestUtil::hashTree(exampleVault), before);
+
+        // Counts in the source are exact; the exported side is measured, not judged.
+        const QRegularExpression line(u"^(.+): headings (\\d+)→(\\d+) · list items (\\d+)→(\\d+) · links (\\d+)→(\\d+)"
+                                      " · emphasis (\\d+)→(\\d+) · tables (\\d+)→(\\d+) · images (\\d+)→(\\d+)$"_s);
+        QList<qint64> sums(12, 0);
+        QHash<QString, QList<qint64>> byNote;
+        for (const QString &text : lines.mid(0, 12)) {
+            const QRegularExpressionMatch m = line.match(text);
+            QVERIFY2(m.hasMatch(), qPrintable(text));
+            QList<qint64> counts;
+            for (int i = 2; i <= 13; ++i) {
+                counts.append(m.captured(i).toLongLong());
+                sums[i - 2] += counts.last();
+            }
+            byNote.insert(m.captured(1), counts);
+        }
+        // Welcome: one heading, two wikilinks and a link, one bold, one embedded image.
+        const QList<qint64> welcome = byNote.value(u"Welcome.md"_s);
+        QCOMPARE(welcome.size(), 12);
+        QCOMPARE(welcome.at(0), 1);
+        QCOMPARE(welcome.at(2), 0);
+        QCOMPARE(welcome.at(4), 3);
+        QCOMPARE(welcome.at(6), 1);
+        QCOMPARE(welcome.at(8), 0);
+        QCOMPARE(welcome.at(10), 1);
+        const QRegularExpressionMatch total
+            = QRegularExpression(u"^Total \\(12 notes, 0 not exported\\): (.*)$"_s).match(lines.last());
+        QVERIFY2(total.hasMatch(), qPrintable(lines.last()));
+        const QRegularExpressionMatch totals = line.match(u"x: "_s + total.captured(1));
+        QVERIFY(totals.hasMatch());
+        for (int i = 2; i <= 13; ++i)
+            QCOMPARE(totals.captured(i).toLongLong(), sums.at(i - 2));
+
+        const TestUtil::CliResult json = runCli({ u"round-trip"_s, u"--json"_s, exampleVault });
+        QCOMPARE(json.exitCode, 0);
+        const QJsonObject root = QJsonDocument::fromJson(json.out).object();
+        QCOMPARE(root.value(u"notes"_s).toArray().size(), 12);
+        QCOMPARE(root.value(u"total"_s).toObject().value(u"source"_s).toObject().value(u"headings"_s).toInteger(),
+            sums.at(0));
+    }
+
+    void roundTripNeedsTheStandIn()
+    {
+        qunsetenv("VELLORAN_OSASCRIPT");
+        const TestUtil::CliResult r = runCli({ u"round-trip"_s, exampleVault });
+        QCOMPARE(r.exitCode, 2);
+        QCOMPARE(r.out, QByteArray());
+        QCOMPARE(QString::fromUtf8(r.err),
+            u"velloran-cli: round-trip runs only against the Notes stand-in: set VELLORAN_OSASCRIPT to "
+            "fake-osascript\n"_s);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_RunCli)
+#include "tst_RunCli.moc"
