@@ -31,6 +31,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdio>
 
 using namespace Qt::StringLiterals;
@@ -143,33 +144,6 @@ void resetLibrary(const QByteArray &content)
     library.write(content);
 }
 
-/// Milliseconds per note of each benchmark, for the summary.
-QMap<QString, double> msPerNote;
-
-void record(benchmark::State &state, const char *name, qint64 nanoseconds)
-{
-    const double notes = double(setup().analysis.notes.size());
-    const double ms = double(nanoseconds) / 1e6 / double(state.iterations()) / notes;
-    state.counters["ms/note"] = ms;
-    state.counters["notes"] = notes;
-    msPerNote[QString::fromUtf8(name)] = ms;
-}
-
-void BM_Migration(benchmark::State &state)
-{
-    Setup &s = setup();
-    qint64 elapsed = 0;
-    for (auto _ : state) {
-        resetLibrary({});
-        Migrator migrator;
-        QElapsedTimer timer;
-        timer.start();
-        migrate(migrator, s.analysis);
-        elapsed += timer.nsecsElapsed();
-    }
-    record(state, "migration", elapsed);
-}
-
 void replay(const QList<Run> &runs)
 {
     for (const Run &run : runs) {
@@ -179,60 +153,81 @@ void replay(const QList<Run> &runs)
     }
 }
 
-void BM_MigrationBareRuns(benchmark::State &state)
+/// Per benchmark: the run's and the bare runs' milliseconds per note, each the median over the iterations.
+struct Figures
 {
-    Setup &s = setup();
-    qint64 elapsed = 0;
+    double run = 0;
+    double bare = 0;
+    double own = 0;
+};
+QMap<QString, Figures> figures;
+
+double median(QList<double> values)
+{
+    std::sort(values.begin(), values.end());
+    const qsizetype n = values.size();
+    return n == 0 ? 0 : (n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2);
+}
+
+/// Times `run` and then `bare` in every iteration, so that both see the same load on the machine, and
+/// reports milliseconds per note of each and of their difference (medians over the iterations).
+template<typename Run, typename Bare, typename Reset>
+void paired(benchmark::State &state, const char *name, Run run, Bare bare, Reset reset)
+{
+    const double notes = double(setup().analysis.notes.size());
+    QList<double> runs, bares, owns;
     for (auto _ : state) {
-        resetLibrary({});
+        reset();
         QElapsedTimer timer;
         timer.start();
-        replay(s.migrationRuns);
-        elapsed += timer.nsecsElapsed();
+        run();
+        const double a = double(timer.nsecsElapsed()) / 1e6 / notes;
+        reset();
+        timer.restart();
+        bare();
+        const double b = double(timer.nsecsElapsed()) / 1e6 / notes;
+        runs.append(a);
+        bares.append(b);
+        owns.append(a - b);
     }
+    const Figures f { median(runs), median(bares), median(owns) };
+    figures[QString::fromUtf8(name)] = f;
+    state.counters["run ms/note"] = f.run;
+    state.counters["bare ms/note"] = f.bare;
+    state.counters["own ms/note"] = f.own;
+    state.counters["notes"] = notes;
+}
+
+void BM_Migration(benchmark::State &state)
+{
+    Setup &s = setup();
+    paired(
+        state, "migration",
+        [&] {
+            Migrator migrator;
+            migrate(migrator, s.analysis);
+        },
+        [&] { replay(s.migrationRuns); }, [] { resetLibrary({}); });
     state.counters["runs"] = double(s.migrationRuns.size());
-    record(state, "migration bare", elapsed);
 }
 
 void BM_Export(benchmark::State &state)
 {
     Setup &s = setup();
-    resetLibrary(s.migratedLibrary);
-    qint64 elapsed = 0;
     int round = 0;
-    for (auto _ : state) {
-        const QString destination = s.path(u"export-%1"_s.arg(round++));
-        Exporter exporter;
-        QElapsedTimer timer;
-        timer.start();
-        exportAll(exporter, destination);
-        elapsed += timer.nsecsElapsed();
-        state.PauseTiming();
-        QDir(destination).removeRecursively();
-        state.ResumeTiming();
-    }
-    record(state, "export", elapsed);
-}
-
-void BM_ExportBareRuns(benchmark::State &state)
-{
-    Setup &s = setup();
-    resetLibrary(s.migratedLibrary);
-    qint64 elapsed = 0;
-    for (auto _ : state) {
-        QElapsedTimer timer;
-        timer.start();
-        replay(s.exportRuns);
-        elapsed += timer.nsecsElapsed();
-    }
+    paired(
+        state, "export",
+        [&] {
+            const QString destination = s.path(u"export-%1"_s.arg(round++));
+            Exporter exporter;
+            exportAll(exporter, destination);
+        },
+        [&] { replay(s.exportRuns); }, [&] { resetLibrary(s.migratedLibrary); });
     state.counters["runs"] = double(s.exportRuns.size());
-    record(state, "export bare", elapsed);
 }
 
-BENCHMARK(BM_Migration)->Unit(benchmark::kMillisecond)->Iterations(3);
-BENCHMARK(BM_MigrationBareRuns)->Unit(benchmark::kMillisecond)->Iterations(3);
-BENCHMARK(BM_Export)->Unit(benchmark::kMillisecond)->Iterations(5);
-BENCHMARK(BM_ExportBareRuns)->Unit(benchmark::kMillisecond)->Iterations(5);
+BENCHMARK(BM_Migration)->Unit(benchmark::kMillisecond)->Iterations(7);
+BENCHMARK(BM_Export)->Unit(benchmark::kMillisecond)->Iterations(15);
 
 } // namespace
 
@@ -242,15 +237,13 @@ int main(int argc, char **argv)
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
-    const auto own = [](const char *run, const char *bare) -> double {
-        return msPerNote.value(QString::fromUtf8(run)) - msPerNote.value(QString::fromUtf8(bare));
-    };
-    if (msPerNote.size() == 4) {
-        std::printf("\n%lld notes (%s)\n", qint64(setup().analysis.notes.size()), qPrintable(vaultPath));
-        std::printf("migration: %.2f ms/note, of which the stand-in's runs %.2f: Velloran's own %.2f ms/note\n",
-            msPerNote.value(u"migration"_s), msPerNote.value(u"migration bare"_s), own("migration", "migration bare"));
-        std::printf("export:    %.2f ms/note, of which the stand-in's runs %.2f: Velloran's own %.2f ms/note\n",
-            msPerNote.value(u"export"_s), msPerNote.value(u"export bare"_s), own("export", "export bare"));
+    if (figures.size() == 2) {
+        std::printf("\n%lld notes (%s), medians in milliseconds per note\n", qint64(setup().analysis.notes.size()),
+            qPrintable(vaultPath));
+        for (const char *name : { "migration", "export" }) {
+            const Figures f = figures.value(QString::fromUtf8(name));
+            std::printf("%-9s  run %.2f  bare stand-in runs %.2f  Velloran's own %.2f\n", name, f.run, f.bare, f.own);
+        }
     }
     return 0;
 }
