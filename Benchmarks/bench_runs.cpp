@@ -93,8 +93,10 @@ void exportAll(Exporter &exporter, const QString &destination)
 
 Setup &setup()
 {
+    // A static object, so that its temporary folder is removed at exit.
+    static Setup setupData;
     static Setup *s = [] {
-        auto *s = new Setup;
+        Setup *s = &setupData;
         qputenv("TMPDIR", s->path(u"tmp"_s).toUtf8());
         QDir().mkpath(s->path(u"tmp"_s));
         QDir().mkpath(s->path(u"capture"_s));
