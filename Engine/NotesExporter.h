@@ -53,8 +53,7 @@ private:
     ExportError(Kind kind, QString message)
         : m_kind(kind)
         , m_message(std::move(message))
-    {
-    }
+    { }
     Kind m_kind;
     QString m_message;
 };
