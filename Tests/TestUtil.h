@@ -13,6 +13,8 @@
 #include <QString>
 #include <QTest>
 
+#include <unistd.h>
+
 namespace TestUtil {
 
 /// Writes `bytes` to `root`/`relativePath`, creating folders as needed.
@@ -45,6 +47,34 @@ inline QMap<QString, QByteArray> hashTree(const QString &root)
     }
     return hashes;
 }
+
+/// While alive, the process acts as an unprivileged user, so that permissions hold even when the tests
+/// run as root (as in containers). The saved user id stays root, which allows the way back.
+class Unprivileged
+{
+public:
+    Unprivileged()
+    {
+        if (::geteuid() != 0)
+            return;
+        m_active = ::setresgid(65534, 65534, 0) == 0 && ::setresuid(65534, 65534, 0) == 0;
+    }
+    ~Unprivileged()
+    {
+        if (m_active) {
+            [[maybe_unused]] const int user = ::setresuid(0, 0, 0);
+            [[maybe_unused]] const int group = ::setresgid(0, 0, 0);
+        }
+    }
+    Unprivileged(const Unprivileged &) = delete;
+    Unprivileged &operator=(const Unprivileged &) = delete;
+
+    /// Whether permissions are enforced now.
+    bool enforced() const { return m_active || ::geteuid() != 0; }
+
+private:
+    bool m_active = false;
+};
 
 struct CliResult
 {

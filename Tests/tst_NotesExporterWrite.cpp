@@ -4,6 +4,7 @@
 #include "HtmlToMarkdown.h"
 #include "NotesExporter.h"
 #include "NotesExporterWrite_p.h"
+#include "TestUtil.h"
 
 #include "Text.h"
 
@@ -60,34 +61,6 @@ QStringList tree(const QString &root)
     entries.sort();
     return entries;
 }
-
-/// While alive, the process acts as an unprivileged user, so that permissions hold even when the tests
-/// run as root (as in containers). The saved user id stays root, which allows the way back.
-class Unprivileged
-{
-public:
-    Unprivileged()
-    {
-        if (::geteuid() != 0)
-            return;
-        m_active = ::setresgid(65534, 65534, 0) == 0 && ::setresuid(65534, 65534, 0) == 0;
-    }
-    ~Unprivileged()
-    {
-        if (m_active) {
-            [[maybe_unused]] const int user = ::setresuid(0, 0, 0);
-            [[maybe_unused]] const int group = ::setresgid(0, 0, 0);
-        }
-    }
-    Unprivileged(const Unprivileged &) = delete;
-    Unprivileged &operator=(const Unprivileged &) = delete;
-
-    /// Whether permissions are enforced now.
-    bool enforced() const { return m_active || ::geteuid() != 0; }
-
-private:
-    bool m_active = false;
-};
 
 /// A temporary folder that an unprivileged user may enter and write into.
 struct Workspace
@@ -277,7 +250,7 @@ private slots:
         ProgressCalls calls;
         Result result;
         {
-            const Unprivileged unprivileged;
+            const TestUtil::Unprivileged unprivileged;
             if (!unprivileged.enforced())
                 QSKIP("permissions cannot be enforced here");
             result = NotesExporter::exportNotes(
@@ -320,7 +293,7 @@ private slots:
         QVERIFY(QFile::setPermissions(space.path(u"ro"_s), readOnlyFolder));
         Result result;
         {
-            const Unprivileged unprivileged;
+            const TestUtil::Unprivileged unprivileged;
             if (!unprivileged.enforced())
                 QSKIP("permissions cannot be enforced here");
             QVERIFY(!QFileInfo(space.path(u"ro"_s)).isWritable());
@@ -341,7 +314,7 @@ private slots:
         QVERIFY(QFile::setPermissions(space.path(u"ro"_s), readOnlyFolder));
         Result result;
         {
-            const Unprivileged unprivileged;
+            const TestUtil::Unprivileged unprivileged;
             if (!unprivileged.enforced())
                 QSKIP("permissions cannot be enforced here");
             result = NotesExporter::exportNotes({ { u"F"_s, u"A"_s, u"x"_s } }, space.url(u"ro/new"_s));
@@ -358,7 +331,7 @@ private slots:
         QVERIFY(QFile::setPermissions(space.path(u"out/Locked"_s), readOnlyFolder));
         Result result;
         {
-            const Unprivileged unprivileged;
+            const TestUtil::Unprivileged unprivileged;
             if (!unprivileged.enforced())
                 QSKIP("permissions cannot be enforced here");
             result = NotesExporter::exportNotes(
