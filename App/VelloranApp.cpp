@@ -41,6 +41,13 @@ VelloranApp::~VelloranApp() = default;
 
 int VelloranApp::run()
 {
+    if (!showWindow())
+        return 1;
+    return QGuiApplication::exec();
+}
+
+QQuickView *VelloranApp::showWindow()
+{
     m_window = std::make_unique<QQuickView>();
     QQuickView &window = *m_window;
     window.setResizeMode(QQuickView::SizeRootObjectToView);
@@ -56,7 +63,7 @@ int VelloranApp::run()
     QObject::connect(window.engine(), &QQmlEngine::quit, &m_application, &QGuiApplication::quit);
     window.setSource(QUrl(u"qrc:/Velloran/WizardView.qml"_s));
     if (window.status() != QQuickView::Ready)
-        return 1;
+        return nullptr;
 
     if (const QScreen *screen = window.screen()) {
         QRect frame(QPoint(), window.size());
@@ -65,5 +72,5 @@ int VelloranApp::run()
     }
     window.show();
     WindowStyle::hideTitleBar(&window);
-    return QGuiApplication::exec();
+    return &window;
 }

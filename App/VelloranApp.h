@@ -21,6 +21,10 @@ public:
     /// Builds the window and runs the event loop; returns the exit code.
     int run();
 
+    /// Builds and shows the window (at least 640 by 560, centred, untitled) without running the event
+    /// loop; null when the screens fail to load.
+    QQuickView *showWindow();
+
 private:
     QGuiApplication m_application;
     Migrator m_migrator;
