@@ -81,7 +81,9 @@ public:
             && readFolders(object.value(u"folders"_s), where + u".folders"_s, folder.folders);
     }
 
-    bool readNotes(const QJsonValue &value, const QString &where, QList<Note> &notes)
+    /// Reads an optional array at `where`, one element at a time with `readOne`.
+    template<typename T, typename ReadOne>
+    bool readArray(const QJsonValue &value, const QString &where, QList<T> &items, ReadOne readOne)
     {
         if (value.isUndefined())
             return true;
@@ -89,28 +91,22 @@ public:
             return fail(u"%1: must be an array"_s.arg(where));
         const QJsonArray array = value.toArray();
         for (qsizetype i = 0; i < array.size(); ++i) {
-            Note note;
-            if (!readNote(array.at(i), u"%1[%2]"_s.arg(where).arg(i), note))
+            T item;
+            if (!(this->*readOne)(array.at(i), u"%1[%2]"_s.arg(where).arg(i), item))
                 return false;
-            notes.append(note);
+            items.append(item);
         }
         return true;
     }
 
+    bool readNotes(const QJsonValue &value, const QString &where, QList<Note> &notes)
+    {
+        return readArray(value, where, notes, &Reader::readNote);
+    }
+
     bool readFolders(const QJsonValue &value, const QString &where, QList<Folder> &folders)
     {
-        if (value.isUndefined())
-            return true;
-        if (!value.isArray())
-            return fail(u"%1: must be an array"_s.arg(where));
-        const QJsonArray array = value.toArray();
-        for (qsizetype i = 0; i < array.size(); ++i) {
-            Folder folder;
-            if (!readFolder(array.at(i), u"%1[%2]"_s.arg(where).arg(i), folder))
-                return false;
-            folders.append(folder);
-        }
-        return true;
+        return readArray(value, where, folders, &Reader::readFolder);
     }
 };
 
