@@ -1,6 +1,7 @@
 #include "MarkdownLite.h"
 #include "MarkdownLite_p.h"
 
+#include "MarkdownPatterns.h"
 #include "Regex.h"
 #include "Text.h"
 
@@ -72,11 +73,8 @@ QString escape(QStringView text)
 
 namespace {
 
-QString replaceMatches(const QString &text, const Regex &regex, int groups, const Transform &transform)
+QString replaceMatches(const QString &text, const QList<Regex::Match> &found, int groups, const Transform &transform)
 {
-    if (!regex.isValid())
-        return text;
-    const QList<Regex::Match> found = regex.matches(text);
     if (found.isEmpty())
         return text;
 
@@ -112,7 +110,10 @@ QString replaceMatches(const QString &text, const Regex &regex, int groups, cons
 
 QString replace(const QString &text, const QString &pattern, int groups, const Transform &transform)
 {
-    return replaceMatches(text, Regex::cached(pattern), groups, transform);
+    const Regex &regex = Regex::cached(pattern);
+    if (!regex.isValid())
+        return text;
+    return replaceMatches(text, regex.matches(text), groups, transform);
 }
 
 QString replace(const QString &text, const QString &pattern, const Transform &transform)
@@ -131,19 +132,51 @@ QString sanitizeHref(const QString &url)
     const QString lower = t.toString().toLower();
     if (!lower.startsWith(u"http://") && !lower.startsWith(u"https://") && !lower.startsWith(u"mailto:"))
         return {};
-    // The text was escaped once already; escaping again here is what puts "&amp;amp;" into the note.
-    return escapeHtml(t);
+    // The target comes from text that is already escaped: escaping it again would put "&amp;amp;" into
+    // the note, and the link would open another page.
+    return t.toString();
+}
+
+QString unescape(QStringView escaped)
+{
+    static constexpr std::pair<QStringView, QChar> entities[] = {
+        { u"&amp;", u'&' },
+        { u"&lt;", u'<' },
+        { u"&gt;", u'>' },
+        { u"&quot;", u'"' },
+        { u"&#39;", u'\'' },
+    };
+    QString out;
+    out.reserve(escaped.size());
+    qsizetype i = 0;
+    while (i < escaped.size()) {
+        const qsizetype amp = escaped.indexOf(u'&', i);
+        if (amp < 0)
+            break;
+        out += escaped.sliced(i, amp - i);
+        i = amp + 1;
+        const QStringView rest = escaped.sliced(amp);
+        bool decoded = false;
+        for (const auto &[entity, character] : entities) {
+            if (rest.startsWith(entity)) {
+                out += character;
+                i = amp + entity.size();
+                decoded = true;
+                break;
+            }
+        }
+        if (!decoded)
+            out += u'&';
+    }
+    out += escaped.sliced(i);
+    return out;
 }
 
 QString inlineHtml(const QString &text, QStringList &images)
 {
-    // The eleven steps, in their order. Each pattern is compiled once; a step whose pattern needs a
+    // The eleven steps, in their order. The bracketed forms are found by linear scans that give the
+    // same matches as their patterns; the others are compiled once. A step whose pattern needs a
     // character the text does not hold is skipped, which changes nothing but the time taken.
-    static const Regex wikiEmbed(uR"(!\[\[([^\]|]+?)(?:\|[^\]]*)?\]\])"_s);
-    static const Regex markdownImage(uR"(!\[[^\]]*\]\(([^)]+)\))"_s);
-    static const Regex aliasedWikiLink(uR"(\[\[([^\]|]+?)\|([^\]]+?)\]\])"_s);
-    static const Regex wikiLink(uR"(\[\[([^\]|]+?)\]\])"_s);
-    static const Regex markdownLink(uR"(\[([^\]]+)\]\(([^)]+)\))"_s);
     static const Regex boldItalic(uR"(\*\*\*(.+?)\*\*\*)"_s);
     static const Regex bold(uR"(\*\*(.+?)\*\*)"_s);
     static const Regex italic(uR"((?<![\w*])\*([^*\n]+?)\*(?![\w*]))"_s);
@@ -153,17 +186,21 @@ QString inlineHtml(const QString &text, QStringList &images)
     QString s = escapeHtml(text);
 
     if (s.contains(u'[')) {
-        s = replaceMatches(s, wikiEmbed, 1, [&images](const QStringList &g) {
-            images.append(g[0]);
+        // Image targets are collected as written in the file, so that they name the files on disk; the
+        // placeholder shows them escaped.
+        s = replaceMatches(s, MarkdownPatterns::wikiEmbeds(s), 1, [&images](const QStringList &g) {
+            images.append(unescape(g[0]));
             return imagePlaceholderStart + g[0] + imagePlaceholderEnd;
         });
-        s = replaceMatches(s, markdownImage, 1, [&images](const QStringList &g) {
-            images.append(g[0]);
+        s = replaceMatches(s, MarkdownPatterns::markdownImages(s), 1, [&images](const QStringList &g) {
+            images.append(unescape(g[0]));
             return imagePlaceholderStart + lastPathComponentOf(g[0]) + imagePlaceholderEnd;
         });
-        s = replaceMatches(s, aliasedWikiLink, 2, [](const QStringList &g) { return u"<u>"_s + g[1] + u"</u>"_s; });
-        s = replaceMatches(s, wikiLink, 1, [](const QStringList &g) { return u"<u>"_s + g[0] + u"</u>"_s; });
-        s = replaceMatches(s, markdownLink, 2, [](const QStringList &g) {
+        s = replaceMatches(s, MarkdownPatterns::aliasedWikiLinks(s), 2,
+            [](const QStringList &g) { return u"<u>"_s + g[1] + u"</u>"_s; });
+        s = replaceMatches(s, MarkdownPatterns::plainWikiLinks(s), 1,
+            [](const QStringList &g) { return u"<u>"_s + g[0] + u"</u>"_s; });
+        s = replaceMatches(s, MarkdownPatterns::markdownLinks(s), 2, [](const QStringList &g) {
             const QString href = sanitizeHref(g[1]);
             if (href.isEmpty())
                 return g[0];

@@ -15,7 +15,7 @@ struct Output
 {
     /// The note body: one fragment per block, list opening tag and list closing tag, joined with "\n".
     QString html;
-    /// The image targets met while rendering, as escaped text, duplicates kept.
+    /// The image targets met while rendering, as written in the Markdown, duplicates kept.
     QStringList images;
 };
 

@@ -22,8 +22,12 @@ QString replace(const QString &text, const QString &pattern, const Transform &tr
 /// Replaces every match with `replacementTemplate`, in which "$1" is group 1.
 QString regexSub(const QString &text, const QString &pattern, const QString &replacementTemplate);
 
-/// The href for a link target, or "" when the target is not http, https or mailto.
+/// The href for a link target taken from escaped text: the target trimmed, or "" when it is not http,
+/// https or mailto. It is not escaped again.
 QString sanitizeHref(const QString &url);
+
+/// Undoes the escaping of "&", "<", ">", '"' and "'"; any other "&" stays as it is.
+QString unescape(QStringView escaped);
 
 /// The level 1 to 6 of an ATX heading line ("# " to "###### "), or none.
 std::optional<int> headingLevel(QStringView trimmed);

@@ -166,6 +166,10 @@ QCoro::Task<> Migrator::migrate(VaultAnalysis analysis, QUrl vault)
         co_return;
     }
 
+    // Files and folders the scan could not read are not lost without a word: each is a failure.
+    for (const auto &[path, reason] : std::as_const(analysis.unreadable))
+        report.notesFailed.append({ path, reason });
+
     // The subfolders, one level deep, also on this thread. A deeper path is flattened into one name.
     QHash<QString, QString> subfolders;
     for (const QString &path : sortedFolders(analysis.folders)) {
@@ -181,7 +185,7 @@ QCoro::Task<> Migrator::migrate(VaultAnalysis analysis, QUrl vault)
         }
     }
 
-    const QString vaultPath = vault.toLocalFile();
+    const QString canonicalVault = VaultScanner::canonicalVaultPath(vault);
     const VaultScanner::ImageIndex images = VaultScanner::imageIndex(vault);
 
     const qsizetype total = analysis.notes.size();
@@ -204,10 +208,11 @@ QCoro::Task<> Migrator::migrate(VaultAnalysis analysis, QUrl vault)
         QStringList attachments;
         const QString noteFolder = QFileInfo(filePath).path();
         for (const QString &ref : output.images) {
-            if (std::optional<QString> file = VaultScanner::resolveImage(ref, noteFolder, vaultPath, images))
-                attachments.append(*std::move(file));
+            VaultScanner::ImageResolution image = VaultScanner::resolveImage(ref, noteFolder, canonicalVault, images);
+            if (image.file)
+                attachments.append(*std::move(image.file));
             else
-                report.imagesMissing.append(note.title + u": "_s + ref);
+                report.imagesMissing.append(VaultScanner::missingImageEntry(note.title, ref, image.reason));
         }
 
         QString bodyPath;

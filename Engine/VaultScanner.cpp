@@ -3,24 +3,24 @@
 
 #include "Counters.h"
 #include "Files.h"
+#include "MarkdownPatterns.h"
 #include "Regex.h"
 #include "Text.h"
 
+#include <QCoreApplication>
 #include <QDir>
-#include <QDirIterator>
 #include <QFileInfo>
 #include <QHash>
+#include <QSet>
+
+#include <algorithm>
+#include <numeric>
 
 using namespace Qt::StringLiterals;
 
 namespace VaultScanner {
 
 namespace {
-
-const QString wikiEmbedPattern = uR"(!\[\[([^\]|]+?)(?:\|[^\]]*)?\]\])"_s;
-const QString markdownImagePattern = uR"(!\[[^\]]*\]\(([^)]+)\))"_s;
-const QString wikiLinkPattern = uR"((?<!\!)\[\[([^\]|]+?)(?:\|[^\]]*)?\]\])"_s;
-const QString taskItemPattern = uR"((?m)^\s*[-*] \[[ xX]\])"_s;
 
 /// The last extension of a file name, or "" when it has none (a leading dot starts no extension).
 QStringView lastExtension(QStringView fileName)
@@ -81,18 +81,53 @@ QStringList pathComponents(const QString &absolutePath)
     return QDir::cleanPath(absolutePath).split(u'/', Qt::SkipEmptyParts);
 }
 
-/// The one directory walk of a vault: hidden files and folders are skipped (that alone keeps .obsidian
-/// and .trash out), folders are yielded too, and symbolic links to folders are listed but not followed.
-/// Calls `visit(path, fileName)` for every item. Returns false when the folder cannot be walked.
-template<typename Visit> bool walkVault(const QString &vaultPath, Visit visit)
+/// Something met by the walk of a vault: its path, its name and what kind of entry it is.
+struct WalkItem
 {
-    const QFileInfo info(vaultPath);
-    if (vaultPath.isEmpty() || !info.isDir() || !info.isReadable())
+    QString path;
+    QString name;
+    Files::EntryType type;
+};
+
+/// The one directory walk of a vault, depth first, each folder's entries in name order so that every
+/// walk of the same folder meets the same items in the same order. Hidden files and folders are skipped
+/// (that alone keeps .obsidian and .trash out), folders are yielded too, and symbolic links are yielded
+/// but never followed into, so a link loop cannot make the walk go on for ever. Calls `visit(item)` for
+/// every item and `failed(path, reason)` for every folder below the vault that cannot be listed. Returns
+/// false, having visited nothing, when the vault itself cannot be listed.
+template<typename Visit, typename Failed> bool walkVault(const QString &vaultPath, Visit visit, Failed failed)
+{
+    if (vaultPath.isEmpty() || !QFileInfo(vaultPath).isDir())
         return false;
-    QDirIterator walk(vaultPath, QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
-    while (walk.hasNext()) {
-        const QString path = walk.next();
-        visit(path, walk.fileName());
+    struct Level
+    {
+        QString path;
+        QList<Files::Entry> entries;
+        qsizetype next = 0;
+    };
+    Files::Listing root = Files::listFolder(vaultPath);
+    if (!root.ok())
+        return false;
+    QList<Level> stack { { vaultPath, std::move(root.entries) } };
+    while (!stack.isEmpty()) {
+        Level &level = stack.last();
+        if (level.next >= level.entries.size()) {
+            stack.removeLast();
+            continue;
+        }
+        const Files::Entry entry = level.entries[level.next++];
+        if (entry.name.startsWith(u'.'))
+            continue;
+        const QString path = level.path + u'/' + entry.name;
+        visit(WalkItem { path, entry.name, entry.type });
+        if (entry.type != Files::EntryType::folder)
+            continue;
+        Files::Listing listing = Files::listFolder(path);
+        if (!listing.ok()) {
+            failed(path, listing.failure);
+            continue;
+        }
+        stack.append({ path, std::move(listing.entries) });
     }
     return true;
 }
@@ -107,27 +142,87 @@ bool isImageName(const QString &fileName)
 ImageIndex imageIndex(const QUrl &vault)
 {
     ImageIndex index;
-    walkVault(vault.toLocalFile(), [&](const QString &path, const QString &name) {
-        if (isImageName(name))
-            index.insert(name.toLower(), path);
-    });
+    walkVault(
+        vault.toLocalFile(),
+        [&](const WalkItem &item) {
+            if (isImageName(item.name))
+                index.insert(item.name.toLower(), item.path);
+        },
+        [](const QString &, const QString &) {});
     return index;
 }
 
-std::optional<QString> resolveImage(
-    const QString &ref, const QString &noteFolder, const QString &vaultPath, const ImageIndex &index)
+QString canonicalVaultPath(const QUrl &vault)
+{
+    const QString path = vault.toLocalFile();
+    const QString canonical = QFileInfo(path).canonicalFilePath();
+    return canonical.isEmpty() ? QDir::cleanPath(path) : canonical;
+}
+
+bool isInsideVault(const QString &canonicalPath, const QString &canonicalVault)
+{
+    if (canonicalPath.isEmpty() || canonicalVault.isEmpty())
+        return false;
+    if (canonicalVault == u"/")
+        return canonicalPath.startsWith(u'/');
+    return canonicalPath == canonicalVault
+        || (canonicalPath.startsWith(canonicalVault) && canonicalPath[canonicalVault.size()] == u'/');
+}
+
+namespace {
+
+QString translated(const char *text)
+{
+    return QCoreApplication::translate("Velloran", text);
+}
+
+/// Whether something exists at `path`, following links (a dangling link is nothing).
+bool existsAt(const QString &path)
+{
+    return QFileInfo::exists(path);
+}
+
+/// What becomes of an image reference that points at `path`, where something exists.
+ImageResolution attachable(const QString &path, const QString &canonicalVault)
+{
+    const QFileInfo info(path);
+    const QString canonical = info.canonicalFilePath();
+    if (!isInsideVault(canonical, canonicalVault))
+        return { std::nullopt, translated("outside the folder") };
+    const QFileInfo target(canonical);
+    if (!target.isFile())
+        return { std::nullopt, translated("not a regular file") };
+    if (!target.isReadable())
+        return { std::nullopt, translated("permission denied") };
+    return { canonical, {} };
+}
+
+} // namespace
+
+ImageResolution resolveImage(
+    const QString &ref, const QString &noteFolder, const QString &canonicalVault, const ImageIndex &index)
 {
     const QString r = Text::percentDecodeStrict(ref).value_or(ref);
     if (r.startsWith(u"http://") || r.startsWith(u"https://"))
-        return std::nullopt; // remote images always count as missing
-    // Beside the note and at the root, any existing item counts; only the index is limited to images.
-    if (QString candidate = noteFolder + u'/' + r; QFileInfo::exists(candidate))
-        return candidate;
-    if (QString candidate = vaultPath + u'/' + r; QFileInfo::exists(candidate))
-        return candidate;
+        return {}; // remote images always count as missing
+    if (r.startsWith(u'/') || r.startsWith(u"file:", Qt::CaseInsensitive))
+        return { std::nullopt, translated("outside the folder") };
+    // Beside the note and at the root, any existing item decides; only the index is limited to images.
+    if (const QString candidate = noteFolder + u'/' + r; existsAt(candidate))
+        return attachable(candidate, canonicalVault);
+    if (const QString candidate = canonicalVault + u'/' + r; existsAt(candidate))
+        return attachable(candidate, canonicalVault);
     if (const auto found = index.constFind(lastPathComponent(r).toLower()); found != index.cend())
-        return *found;
-    return std::nullopt;
+        return attachable(*found, canonicalVault);
+    return {};
+}
+
+QString missingImageEntry(const QString &title, const QString &ref, const QString &reason)
+{
+    QString entry = title + u": "_s + ref;
+    if (!reason.isEmpty())
+        entry += u" ("_s + reason + u')';
+    return entry;
 }
 
 const QSet<QString> &imageExtensions()
@@ -189,19 +284,75 @@ std::pair<QString, bool> stripFrontmatter(const QString &content)
     return { body, true };
 }
 
+namespace {
+
+/// Gives the second and later notes (in path order) that would share a name in one Notes folder a
+/// " (2)", " (3)", ... suffix, skipping numbers that another note's title already holds there. Names
+/// are compared without regard to case, as Notes finds a note by name. Returns how many were renamed.
+qint64 renameClashingTitles(QList<VaultAnalysis::Note> &notes, const QStringList &relativePaths)
+{
+    const auto folderOf = [](const VaultAnalysis::Note &note) { return note.relativeFolder.join(u" \u25B8 "_s); };
+    QList<qsizetype> order(notes.size());
+    std::iota(order.begin(), order.end(), 0);
+    std::stable_sort(
+        order.begin(), order.end(), [&](qsizetype a, qsizetype b) { return relativePaths[a] < relativePaths[b]; });
+
+    // Every name taken in each Notes folder, as first written: renamed notes must not take one.
+    QHash<QString, QSet<QString>> taken;
+    for (const VaultAnalysis::Note &note : std::as_const(notes))
+        taken[folderOf(note)].insert(note.title.toCaseFolded());
+    QHash<QString, QSet<QString>> used;
+    qint64 renamed = 0;
+    for (const qsizetype i : std::as_const(order)) {
+        VaultAnalysis::Note &note = notes[i];
+        const QString folder = folderOf(note);
+        QSet<QString> &usedHere = used[folder];
+        if (!usedHere.contains(note.title.toCaseFolded())) {
+            usedHere.insert(note.title.toCaseFolded());
+            continue;
+        }
+        const QSet<QString> &takenHere = taken[folder];
+        for (qint64 n = 2;; ++n) {
+            const QString candidate = note.title + u" ("_s + QString::number(n) + u')';
+            const QString key = candidate.toCaseFolded();
+            if (!usedHere.contains(key) && !takenHere.contains(key)) {
+                note.title = candidate;
+                note.titleRenamed = true;
+                usedHere.insert(key);
+                addChecked(renamed);
+                break;
+            }
+        }
+    }
+    return renamed;
+}
+
+QString relativeTo(const QString &vaultPath, const QString &path)
+{
+    return QDir(vaultPath).relativeFilePath(path);
+}
+
+} // namespace
+
 VaultAnalysis scan(const QUrl &vault)
 {
     VaultAnalysis analysis;
     const QString vaultPath = vault.toLocalFile();
+    const QString canonicalVault = canonicalVaultPath(vault);
     QStringList markdownFiles;
     ImageIndex images;
-    const bool walked = walkVault(vaultPath, [&](const QString &path, const QString &name) {
-        const QString extension = lastExtension(name).toString().toLower();
-        if (extension == u"md" || extension == u"markdown")
-            markdownFiles.append(path); // no test for a regular file: a folder "x.md" fails to read below
-        else if (imageExtensions().contains(extension))
-            images.insert(name.toLower(), path);
-    });
+    const bool walked = walkVault(
+        vaultPath,
+        [&](const WalkItem &item) {
+            const QString extension = lastExtension(item.name).toString().toLower();
+            if (extension == u"md" || extension == u"markdown")
+                markdownFiles.append(item.path); // not tested for a regular file here: the read says why not
+            else if (imageExtensions().contains(extension))
+                images.insert(item.name.toLower(), item.path);
+        },
+        [&](const QString &path, const QString &reason) {
+            analysis.unreadable.append({ relativeTo(vaultPath, path) + u'/', reason });
+        });
     if (!walked)
         return analysis;
 
@@ -209,33 +360,48 @@ VaultAnalysis scan(const QUrl &vault)
     {
         VaultAnalysis::Note note;
         QString folderPath;
+        QString relativePath;
     };
     QList<Scanned> scanned;
     scanned.reserve(markdownFiles.size());
     for (const QString &path : std::as_const(markdownFiles)) {
-        const std::optional<QString> text = Files::readUtf8(path);
-        if (!text)
-            continue; // unreadable or not UTF-8: skipped without trace
+        const QString relativePath = relativeTo(vaultPath, path);
+        // A link may lead anywhere: only what lies inside the vault is read.
+        const QFileInfo info(path);
+        if (info.isSymLink() && info.exists() && !isInsideVault(info.canonicalFilePath(), canonicalVault)) {
+            const QString reason = info.isFile() ? translated("outside the folder") : translated("not a regular file");
+            analysis.unreadable.append({ relativePath, reason });
+            continue;
+        }
+        Files::TextRead read = Files::readText(path);
+        if (!read.ok()) {
+            analysis.unreadable.append({ relativePath, read.failure });
+            continue;
+        }
 
         VaultAnalysis::Note note;
         note.fileURL = QUrl::fromLocalFile(path);
         note.relativeFolder = relativeFolders(note.fileURL, vault);
-        note.title = withoutLastExtension(QFileInfo(path).fileName());
+        note.title = withoutLastExtension(info.fileName());
         note.id = QUuid::createUuid();
-        const auto [body, stripped] = stripFrontmatter(*text);
+        const auto [body, stripped] = stripFrontmatter(read.text);
         note.frontmatterStripped = stripped;
-        note.imageRefs = matches(body, wikiEmbedPattern) + matches(body, markdownImagePattern);
-        note.wikilinks = matches(body, wikiLinkPattern);
+        for (const Regex::Match &match : MarkdownPatterns::wikiEmbeds(body))
+            note.imageRefs.append(match.group(body, 1).toString());
+        for (const Regex::Match &match : MarkdownPatterns::markdownImages(body))
+            note.imageRefs.append(match.group(body, 1).toString());
+        for (const Regex::Match &match : MarkdownPatterns::wikiLinkTargets(body))
+            note.wikilinks.append(match.group(body, 1).toString());
         note.hasTables = body.startsWith(u'|') || body.contains(u"\n|");
-        note.hasTasks = Regex::cached(taskItemPattern).contains(body);
+        note.hasTasks = MarkdownPatterns::hasTaskItem(body);
         if (!note.relativeFolder.isEmpty())
             analysis.folders.insert(note.relativeFolder.join(u'/'));
-        scanned.append({ std::move(note), QFileInfo(path).path() });
+        scanned.append({ std::move(note), info.path(), relativePath });
     }
 
     for (const Scanned &entry : std::as_const(scanned)) {
         for (const QString &ref : entry.note.imageRefs) {
-            if (resolveImage(ref, entry.folderPath, vaultPath, images))
+            if (resolveImage(ref, entry.folderPath, canonicalVault, images).file)
                 addChecked(analysis.attachmentsResolved);
             else
                 addChecked(analysis.attachmentsMissing);
@@ -243,8 +409,13 @@ VaultAnalysis scan(const QUrl &vault)
     }
 
     analysis.notes.reserve(scanned.size());
-    for (Scanned &entry : scanned)
+    QStringList relativePaths;
+    relativePaths.reserve(scanned.size());
+    for (Scanned &entry : scanned) {
         analysis.notes.append(std::move(entry.note));
+        relativePaths.append(entry.relativePath);
+    }
+    analysis.titlesRenamed = renameClashingTitles(analysis.notes, relativePaths);
     Text::stableSortLocalized(analysis.notes, [](const VaultAnalysis::Note &note) { return QStringView(note.title); });
     return analysis;
 }

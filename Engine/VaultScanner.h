@@ -29,6 +29,9 @@ struct VaultAnalysis
         bool hasTables = false;
         bool hasTasks = false;
         bool frontmatterStripped = false;
+        /// The title was given a " (2)", " (3)", ... because an earlier note (in path order) of the same
+        /// Notes folder has the same name.
+        bool titleRenamed = false;
     };
 
     /// Every readable Markdown file, sorted by title.
@@ -37,14 +40,22 @@ struct VaultAnalysis
     QSet<QString> folders;
     qint64 attachmentsResolved = 0;
     qint64 attachmentsMissing = 0;
+    /// Markdown files and folders that could not be read, as (path relative to the vault, reason); a
+    /// folder's path ends with "/". None of them is lost without a word: the migration lists them as
+    /// failed.
+    QList<std::pair<QString, QString>> unreadable;
+    /// How many notes were given a numbered title so that no two notes of one Notes folder share a name.
+    qint64 titlesRenamed = 0;
 };
 
 /// Scans a folder of Markdown files. Only reads: nothing in the folder is written, moved or changed.
 namespace VaultScanner {
 
-/// Walks `vault` (skipping hidden files and folders) and analyses each .md or .markdown file. Never fails:
-/// an unwalkable folder gives the empty analysis, and a file that cannot be read as UTF-8 is skipped.
-/// Synchronous, and long on a large vault: call it off the interface thread.
+/// Walks `vault` (skipping hidden files and folders, not following folder links) and analyses each .md or
+/// .markdown file. Never fails: a file or folder that cannot be read is listed in `unreadable` with its
+/// reason. Two notes that would get the same name in the same Notes folder are both kept: the later ones
+/// in path order get " (2)", " (3)", ... Synchronous, and long on a large vault: call it off the
+/// interface thread.
 VaultAnalysis scan(const QUrl &vault);
 
 /// Removes a leading YAML frontmatter block: "---" on the first line, a closing "---" at line index 30

@@ -24,11 +24,31 @@ using ImageIndex = QHash<QString, QString>;
 /// Empty when the folder cannot be walked.
 ImageIndex imageIndex(const QUrl &vault);
 
-/// Where an image reference of a note points, first match winning: the percent-decoded reference (or the
-/// reference itself when it does not decode) beside the note, then at the vault root (any existing item
-/// counts there), then its last path component, lower-cased, in the image index. Remote references
-/// (http://, https://) never resolve.
-std::optional<QString> resolveImage(
-    const QString &ref, const QString &noteFolder, const QString &vaultPath, const ImageIndex &index);
+/// The vault's path with every symbolic link resolved: what "inside the vault" is measured against.
+QString canonicalVaultPath(const QUrl &vault);
+
+/// Where an image reference of a note points, or why it is not attached.
+struct ImageResolution
+{
+    /// The file to attach (its path with links resolved), when there is one.
+    std::optional<QString> file;
+    /// When there is no file: empty for an image that is simply not there (or remote), otherwise the
+    /// reason ("outside the folder", "not a regular file", "permission denied").
+    QString reason;
+};
+
+/// Resolves an image reference of a note. The first place where something exists decides: the
+/// percent-decoded reference (or the reference itself when it does not decode) beside the note, then at
+/// the vault root, then its last path component, lower-cased, in the image index. Only a readable
+/// regular file inside the vault (links and ".." resolved) is attached. Remote references (http://,
+/// https://) never resolve; absolute paths and file: URLs are outside the folder.
+ImageResolution resolveImage(
+    const QString &ref, const QString &noteFolder, const QString &canonicalVault, const ImageIndex &index);
+
+/// "title: reference" for an image not attached, with the reason in parentheses when there is one.
+QString missingImageEntry(const QString &title, const QString &ref, const QString &reason);
+
+/// Whether `canonicalPath` (links resolved) lies inside `canonicalVault` or is it.
+bool isInsideVault(const QString &canonicalPath, const QString &canonicalVault);
 
 } // namespace VaultScanner

@@ -167,10 +167,11 @@ Expected expectedFor(const VaultAnalysis::Note &note, const QString &vaultPath, 
     expected.body = u"<div>"_s + escapeHtmlText(note.title) + u"</div>"_s + output.html;
     const QString noteFolder = QFileInfo(note.fileURL.toLocalFile()).path();
     for (const QString &ref : output.images) {
-        if (const auto file = VaultScanner::resolveImage(ref, noteFolder, vaultPath, index))
-            expected.attachments.append(QFileInfo(*file).fileName());
+        const VaultScanner::ImageResolution image = VaultScanner::resolveImage(ref, noteFolder, vaultPath, index);
+        if (image.file)
+            expected.attachments.append(QFileInfo(*image.file).fileName());
         else
-            expected.missing.append(note.title + u": "_s + ref);
+            expected.missing.append(VaultScanner::missingImageEntry(note.title, ref, image.reason));
     }
     return expected;
 }
@@ -287,7 +288,8 @@ class tst_EndToEnd : public QObject
             QCOMPARE(subfolders, folders);
             QStringList missing;
             for (const VaultAnalysis::Note &note : std::as_const(part.notes)) {
-                const Expected expected = expectedFor(note, vault, index);
+                const Expected expected
+                    = expectedFor(note, VaultScanner::canonicalVaultPath(QUrl::fromLocalFile(vault)), index);
                 missing += expected.missing;
                 const auto found = kept.notes.constFind({ expected.folder, note.title });
                 QVERIFY2(found != kept.notes.cend(), qPrintable(expected.folder + u" / "_s + note.title));
@@ -303,7 +305,8 @@ class tst_EndToEnd : public QObject
         qint64 attachments = 0;
         for (const VaultAnalysis::Note &note : analysis.notes) {
             wikilinks += note.wikilinks.size();
-            attachments += expectedFor(note, vault, index).attachments.size();
+            attachments += expectedFor(note, VaultScanner::canonicalVaultPath(QUrl::fromLocalFile(vault)), index)
+                               .attachments.size();
         }
         QCOMPARE(total.notesCreated, analysis.notes.size());
         QCOMPARE(total.notesSkipped, 0);

@@ -60,16 +60,25 @@ private slots:
         QTest::addRow("markdown image keeps escapes")
             << u"![cat](img/cat%201.png)"_s << u"📎 <i>[image: cat%201.png]</i>"_s
             << QStringList { u"img/cat%201.png"_s };
-        QTest::addRow("image target escaped")
-            << u"![[a&b.png]]"_s << u"📎 <i>[image: a&amp;b.png]</i>"_s << QStringList { u"a&amp;b.png"_s };
+        QTest::addRow("image target collected as written")
+            << u"![[a&b.png]]"_s << u"📎 <i>[image: a&amp;b.png]</i>"_s << QStringList { u"a&b.png"_s };
+        QTest::addRow("markdown image target collected as written")
+            << u"![x](c'd \"e\" <f>.png)"_s << u"📎 <i>[image: c&#39;d &quot;e&quot; &lt;f&gt;.png]</i>"_s
+            << QStringList { u"c'd \"e\" <f>.png"_s };
         QTest::addRow("same image twice")
             << u"![[x.png]] ![[x.png]]"_s << u"📎 <i>[image: x.png]</i> 📎 <i>[image: x.png]</i>"_s
             << QStringList { u"x.png"_s, u"x.png"_s };
         QTest::addRow("aliased wiki link") << u"[[Page|Shown]]"_s << u"<u>Shown</u>"_s << QStringList();
         QTest::addRow("plain wiki link") << u"[[Page]]"_s << u"<u>Page</u>"_s << QStringList();
         QTest::addRow("wiki link to heading") << u"[[Page#Section]]"_s << u"<u>Page#Section</u>"_s << QStringList();
-        QTest::addRow("link with query escaped twice")
-            << u"[site](https://host/?a=1&b=2)"_s << u"<a href=\"https://host/?a=1&amp;amp;b=2\">site</a>"_s
+        QTest::addRow("link target escaped once")
+            << u"[site](https://host/?a=1&b=2)"_s << u"<a href=\"https://host/?a=1&amp;b=2\">site</a>"_s
+            << QStringList();
+        QTest::addRow("mailto target escaped once")
+            << u"[me](mailto:a@b.c?subject=x&body=y)"_s << u"<a href=\"mailto:a@b.c?subject=x&amp;body=y\">me</a>"_s
+            << QStringList();
+        QTest::addRow("quotes in a link target escaped once")
+            << u"[q](https://h/\"a\"'b')"_s << u"<a href=\"https://h/&quot;a&quot;&#39;b&#39;\">q</a>"_s
             << QStringList();
         QTest::addRow("relative link loses its anchor") << u"[doc](./doc.md)"_s << u"doc"_s << QStringList();
         QTest::addRow("mailto link") << u"[me](mailto:a@b.c)"_s << u"<a href=\"mailto:a@b.c\">me</a>"_s
@@ -167,8 +176,8 @@ private slots:
         QTest::addRow("mailto") << u"mailto:x@y"_s << u"mailto:x@y"_s;
         QTest::addRow("file") << u"file:///etc/passwd"_s << QString();
         QTest::addRow("relative") << u"notes/a.md"_s << QString();
-        QTest::addRow("escapes in order")
-            << u"http://a/?q=\"x\"&y='z'<>"_s << u"http://a/?q=&quot;x&quot;&amp;y=&#39;z&#39;&lt;&gt;"_s;
+        QTest::addRow("escaped target kept as it is") << u"http://a/?q=&quot;x&quot;&amp;y=&#39;z&#39;&lt;&gt;"_s
+                                                      << u"http://a/?q=&quot;x&quot;&amp;y=&#39;z&#39;&lt;&gt;"_s;
     }
     void sanitizeHref()
     {

@@ -496,20 +496,14 @@ private slots:
                 u"local.png"_s, u"beside me.png"_s, u"at root.png"_s, u"indexed.png"_s, u"beside me.png"_s }));
     }
 
-    void sameImageNameTheLastOneWalkedWins()
+    // The walk takes each folder's entries in name order: one, three/deeper, two.
+    void sameImageNameTheLastOneInNameOrderWins()
     {
         write(u"one/Pic.PNG"_s, "first");
         write(u"two/Pic.PNG"_s, "second");
         write(u"three/deeper/Pic.PNG"_s, "third");
         write(u"Notes/Uses.md"_s, "![[pic.png]]\n");
-        // Which one comes last depends on the walk; the same walk decides the expectation.
-        QString last;
-        QDirIterator it(vault, QDir::Files, QDirIterator::Subdirectories);
-        while (it.hasNext()) {
-            const QString path = it.next();
-            if (it.fileName() == u"Pic.PNG"_s)
-                last = path;
-        }
+        const QString last = vault + u"/two/Pic.PNG"_s;
         Migrator migrator;
         const Migrator::Report report = migrate(migrator, scan());
         QCOMPARE(report.imagesAttached, 1);

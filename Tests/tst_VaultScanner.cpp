@@ -6,9 +6,14 @@
 #include "VaultScanner.h"
 #include "VaultScanner_p.h"
 
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QtConcurrent>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 using TestUtil::makeDir;
@@ -24,14 +29,45 @@ QStringList titles(const VaultAnalysis &analysis)
     return result;
 }
 
-/// Every item below `root` in the order the scan's walk meets them (hidden items skipped).
-QStringList walkOrder(const QString &root)
+using Pairs = QList<std::pair<QString, QString>>;
+
+/// Per note, in order: "folder|title|file name", and "|renamed" when the title was numbered.
+QStringList named(const VaultAnalysis &analysis)
 {
-    QStringList paths;
-    QDirIterator it(root, QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
-    while (it.hasNext())
-        paths.append(it.next());
-    return paths;
+    QStringList list;
+    for (const VaultAnalysis::Note &note : analysis.notes) {
+        QString line = note.relativeFolder.join(u'/') + u'|' + note.title + u'|'
+            + QFileInfo(note.fileURL.toLocalFile()).fileName();
+        if (note.titleRenamed)
+            line += u"|renamed"_s;
+        list.append(line);
+    }
+    return list;
+}
+
+/// Makes a chain of folders below `root`, each named `component`, `depth` deep, and a note at the bottom,
+/// one level at a time (the whole path is longer than the system lets a path be). Returns whether it
+/// worked.
+bool makeDeepChain(const QString &root, const QByteArray &component, int depth)
+{
+    int fd = ::open(QFile::encodeName(root).constData(), O_RDONLY | O_DIRECTORY);
+    for (int i = 0; i < depth && fd >= 0; ++i) {
+        if (::mkdirat(fd, component.constData(), 0755) != 0) {
+            ::close(fd);
+            return false;
+        }
+        const int next = ::openat(fd, component.constData(), O_RDONLY | O_DIRECTORY);
+        ::close(fd);
+        fd = next;
+    }
+    if (fd < 0)
+        return false;
+    const int note = ::openat(fd, "deep.md", O_WRONLY | O_CREAT | O_EXCL, 0644);
+    ::close(fd);
+    if (note < 0)
+        return false;
+    ::close(note);
+    return true;
 }
 
 } // namespace
@@ -221,6 +257,61 @@ private slots:
         QCOMPARE(analysis.attachmentsMissing, 2);
     }
 
+    // A dropped folder must not be able to send files from elsewhere on the disk: only files inside the
+    // vault, with links and ".." resolved, are ever attached.
+    void imagesOutsideTheVaultAreNeverAttached()
+    {
+        QTemporaryDir outside;
+        writeFile(outside.path(), u"secret.png"_s, "secret");
+        writeFile(vault(), u"inside.png"_s, "png");
+        const QString away = QDir(vault()).relativeFilePath(outside.path());
+        QVERIFY(QFile::link(outside.path() + u"/secret.png"_s, vault() + u"/link.png"_s));
+        const QByteArray body = "![a](" + away.toUtf8() + "/secret.png) ![b](" + away.toUtf8().replace("..", "%2e%2e")
+            + "/secret.png) ![c](" + outside.path().toUtf8() + "/secret.png) ![d](file://" + outside.path().toUtf8()
+            + "/secret.png) ![[link.png]] ![e](sub/../inside.png)";
+        writeFile(vault(), u"sub/n.md"_s, body);
+        const VaultAnalysis analysis = scanVault();
+        QCOMPARE(analysis.notes.first().imageRefs.size(), 6);
+        QCOMPARE(analysis.attachmentsResolved, 1);
+        QCOMPARE(analysis.attachmentsMissing, 5);
+
+        const QString canonical = VaultScanner::canonicalVaultPath(QUrl::fromLocalFile(vault()));
+        const VaultScanner::ImageIndex index = VaultScanner::imageIndex(QUrl::fromLocalFile(vault()));
+        const QString noteFolder = vault() + u"/sub"_s;
+        for (const QString &ref : analysis.notes.first().imageRefs.first(5)) {
+            const VaultScanner::ImageResolution image = VaultScanner::resolveImage(ref, noteFolder, canonical, index);
+            QVERIFY2(!image.file, qPrintable(ref));
+            QCOMPARE(image.reason, u"outside the folder"_s);
+        }
+    }
+
+    void onlyReadableRegularFilesAreAttached()
+    {
+        writeFile(vault(), u"n.md"_s, "![[pipe.png]] ![[dir.png]] ![[ok.png]]");
+        QCOMPARE(::mkfifo(QFile::encodeName(vault() + u"/pipe.png"_s).constData(), 0644), 0);
+        makeDir(vault(), u"dir.png"_s);
+        writeFile(vault(), u"ok.png"_s, "png");
+        const VaultAnalysis analysis = scanVault();
+        QCOMPARE(analysis.attachmentsResolved, 1);
+        QCOMPARE(analysis.attachmentsMissing, 2);
+        const QString canonical = VaultScanner::canonicalVaultPath(QUrl::fromLocalFile(vault()));
+        const VaultScanner::ImageResolution pipe
+            = VaultScanner::resolveImage(u"pipe.png"_s, vault(), canonical, VaultScanner::ImageIndex());
+        QCOMPARE(pipe.reason, u"not a regular file"_s);
+        QCOMPARE(
+            VaultScanner::missingImageEntry(u"n"_s, u"pipe.png"_s, pipe.reason), u"n: pipe.png (not a regular file)"_s);
+        QCOMPARE(VaultScanner::missingImageEntry(u"n"_s, u"gone.png"_s, QString()), u"n: gone.png"_s);
+    }
+
+    // The image list holds each target as written in the file, so targets with "&" or quotes resolve.
+    void escapedCharactersInImageTargetsResolve()
+    {
+        writeFile(vault(), u"n.md"_s, "![[a&b.png]] ![x](c'd.png)");
+        writeFile(vault(), u"a&b.png"_s, "png");
+        writeFile(vault(), u"c'd.png"_s, "png");
+        QCOMPARE(scanVault().attachmentsResolved, 2);
+    }
+
     void imageWithTitleIsMissing()
     {
         writeFile(vault(), u"n.md"_s, "![x](img/a.png 'Title')");
@@ -249,20 +340,16 @@ private slots:
         QCOMPARE(analysis.attachmentsMissing, 1);
     }
 
-    void imageIndexLastInWalkOrderWins()
+    // The walk takes each folder's entries in name order, so the same vault always indexes the same file,
+    // whatever order the file system lists them in.
+    void imageIndexLastInNameOrderWins()
     {
+        writeFile(vault(), u"c/x.PNG"_s, "c");
         writeFile(vault(), u"a/x.png"_s, "a");
         writeFile(vault(), u"b/X.png"_s, "b");
-        writeFile(vault(), u"c/x.PNG"_s, "c");
         const VaultScanner::ImageIndex index = VaultScanner::imageIndex(QUrl::fromLocalFile(vault()));
         QCOMPARE(index.size(), 1);
-        // The expected winner is whichever of the three the walk meets last.
-        QString last;
-        for (const QString &path : walkOrder(vault())) {
-            if (QFileInfo(path).fileName().toLower() == u"x.png"_s)
-                last = path;
-        }
-        QCOMPARE(index.value(u"x.png"_s), last);
+        QCOMPARE(index.value(u"x.png"_s), vault() + u"/c/x.PNG"_s);
     }
 
     void imageIndexSkipsHiddenAndNonImages()
@@ -276,11 +363,14 @@ private slots:
         QVERIFY(VaultScanner::imageIndex(QUrl::fromLocalFile(vault() + u"/nowhere"_s)).isEmpty());
     }
 
-    void folderNamedLikeAnImageIsIndexed()
+    // A folder named like an image is indexed, but only a regular file is ever attached.
+    void folderNamedLikeAnImageIsNotAttached()
     {
         makeDir(vault(), u"odd/pic.png"_s);
         writeFile(vault(), u"n.md"_s, "![[pic.png]]");
-        QCOMPARE(scanVault().attachmentsResolved, 1);
+        const VaultAnalysis analysis = scanVault();
+        QCOMPARE(analysis.attachmentsResolved, 0);
+        QCOMPARE(analysis.attachmentsMissing, 1);
     }
 
     void folderNamedLikeANoteIsDropped()
@@ -291,15 +381,103 @@ private slots:
         QCOMPARE(analysis.folders, QSet<QString> { u"folder.md"_s });
     }
 
-    void unreadableFilesAreSkipped()
+    void unreadableFilesAreCountedWithTheirReason()
     {
         writeFile(vault(), u"good.md"_s, "fine");
         writeFile(vault(), u"latin1.md"_s, QByteArray("caf\xe9 cr\xe8me", 10));
+        writeFile(vault(), u"sub/binary.markdown"_s, QByteArray("\x89PNG\r\n\x1a\n\xff\xfe", 10));
         QVERIFY(QFile::link(vault() + u"/nowhere.md"_s, vault() + u"/broken.md"_s));
-        QCOMPARE(titles(scanVault()), QStringList { u"good"_s });
+        const VaultAnalysis analysis = scanVault();
+        QCOMPARE(titles(analysis), QStringList { u"good"_s });
+        QCOMPARE(analysis.unreadable,
+            (Pairs { { u"broken.md"_s, u"no such file or folder"_s }, { u"latin1.md"_s, u"not UTF-8 text"_s },
+                { u"sub/binary.markdown"_s, u"not UTF-8 text"_s } }));
     }
 
-    void fileWithoutReadPermissionIsSkipped()
+    // A FIFO named like a note would make a read wait for ever; a device would never end. Neither is
+    // opened. (Should the FIFO be opened, this test hangs until the time-out of CTest ends it.)
+    void fifosDevicesAndFoldersNamedLikeNotesAreNeverOpened()
+    {
+        writeFile(vault(), u"good.md"_s, "fine");
+        QCOMPARE(::mkfifo(QFile::encodeName(vault() + u"/pipe.md"_s).constData(), 0644), 0);
+        QVERIFY(QFile::link(u"/dev/zero"_s, vault() + u"/zero.md"_s));
+        makeDir(vault(), u"folder.md"_s);
+        const VaultAnalysis analysis = scanVault();
+        QCOMPARE(titles(analysis), QStringList { u"good"_s });
+        QCOMPARE(analysis.unreadable,
+            (Pairs { { u"folder.md"_s, u"not a regular file"_s }, { u"pipe.md"_s, u"not a regular file"_s },
+                { u"zero.md"_s, u"not a regular file"_s } }));
+    }
+
+    // A link named like a note is read only when it leads to a file inside the vault.
+    void linkedNotesAreReadOnlyInsideTheVault()
+    {
+        QTemporaryDir outside;
+        writeFile(outside.path(), u"secret.md"_s, "secret");
+        writeFile(vault(), u"real/inside.md"_s, "inside");
+        QVERIFY(QFile::link(outside.path() + u"/secret.md"_s, vault() + u"/out.md"_s));
+        QVERIFY(QFile::link(vault() + u"/real/inside.md"_s, vault() + u"/alias.md"_s));
+        const VaultAnalysis analysis = scanVault();
+        QCOMPARE(titles(analysis), (QStringList { u"alias"_s, u"inside"_s }));
+        QCOMPARE(analysis.unreadable, (Pairs { { u"out.md"_s, u"outside the folder"_s } }));
+    }
+
+    void unreadableFolderIsListed()
+    {
+        writeFile(vault(), u"good.md"_s, "fine");
+        writeFile(vault(), u"closed/hidden away.md"_s, "secret");
+        QVERIFY(QFile::setPermissions(vault() + u"/closed"_s, QFileDevice::Permissions()));
+        QVERIFY(QFile::setPermissions(vault(),
+            QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner | QFileDevice::ReadOther
+                | QFileDevice::ExeOther));
+        VaultAnalysis analysis;
+        {
+            const TestUtil::Unprivileged unprivileged;
+            QVERIFY(unprivileged.enforced());
+            analysis = scanVault();
+        }
+        QFile::setPermissions(
+            vault() + u"/closed"_s, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+        QCOMPARE(titles(analysis), QStringList { u"good"_s });
+        QCOMPARE(analysis.unreadable, (Pairs { { u"closed/"_s, u"permission denied"_s } }));
+    }
+
+    void pathTooLongIsListed()
+    {
+        // 25 levels of 200 characters: past the longest path the system opens.
+        const QByteArray component(200, 'd');
+        QVERIFY(makeDeepChain(vault(), component, 25));
+        writeFile(vault(), u"good.md"_s, "fine");
+        const VaultAnalysis analysis = scanVault();
+        QProcess::execute(u"rm"_s, { u"-rf"_s, vault() + u'/' + QString::fromLatin1(component) });
+        QCOMPARE(titles(analysis), QStringList { u"good"_s });
+        QCOMPARE(analysis.unreadable.size(), 1);
+        QCOMPARE(analysis.unreadable[0].second, u"path too long"_s);
+        QVERIFY(analysis.unreadable[0].first.startsWith(QString::fromLatin1(component) + u'/'));
+        QVERIFY(analysis.unreadable[0].first.endsWith(u'/'));
+    }
+
+    // Two notes that would get one name in one Notes folder are both kept: the later ones in path order
+    // are numbered, skipping numbers already taken, without regard to case. The same vault always gives
+    // the same names.
+    void notesWithOneNameInOneNotesFolderAreNumbered()
+    {
+        writeFile(vault(), u"x.md"_s, "1");
+        writeFile(vault(), u"x.markdown"_s, "2");
+        writeFile(vault(), u"X (2).md"_s, "3");
+        writeFile(vault(), u"A/B/n.md"_s, "4");
+        writeFile(vault(), u"A ▸ B/n.md"_s, "5");
+        writeFile(vault(), u"A ▸ B/N.md"_s, "6");
+        writeFile(vault(), u"C/n.md"_s, "7");
+        const VaultAnalysis analysis = scanVault();
+        QCOMPARE(named(analysis),
+            (QStringList { u"A ▸ B|N|N.md"_s, u"C|n|n.md"_s, u"A ▸ B|n (2)|n.md|renamed"_s, u"A/B|n (3)|n.md|renamed"_s,
+                u"|x|x.markdown"_s, u"|X (2)|X (2).md"_s, u"|x (3)|x.md|renamed"_s }));
+        QCOMPARE(analysis.titlesRenamed, 3);
+        QCOMPARE(named(scanVault()), named(analysis));
+    }
+
+    void fileWithoutReadPermissionIsListed()
     {
         writeFile(vault(), u"good.md"_s, "fine");
         writeFile(vault(), u"locked.md"_s, "secret");
@@ -308,13 +486,14 @@ private slots:
         QVERIFY(QFile::setPermissions(vault(),
             QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner | QFileDevice::ReadOther
                 | QFileDevice::ExeOther));
-        QStringList found;
+        VaultAnalysis analysis;
         {
             const TestUtil::Unprivileged unprivileged;
             QVERIFY(unprivileged.enforced());
-            found = titles(scanVault());
+            analysis = scanVault();
         }
-        QCOMPARE(found, QStringList { u"good"_s });
+        QCOMPARE(titles(analysis), QStringList { u"good"_s });
+        QCOMPARE(analysis.unreadable, (Pairs { { u"locked.md"_s, u"permission denied"_s } }));
         QFile::setPermissions(vault() + u"/locked.md"_s, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
     }
 
@@ -480,19 +659,15 @@ private slots:
         QCOMPARE(titles(scanVault()), (QStringList { u"apple"_s, u"Banana"_s, u"Élan"_s, u"zebra"_s }));
     }
 
+    // Equal titles keep the order of the walk, which takes the entries of each folder in name order.
     void equalTitlesKeepWalkOrder()
     {
-        writeFile(vault(), u"x/b.md"_s, "lower");
         writeFile(vault(), u"y/B.md"_s, "upper");
-        QStringList order;
-        for (const QString &path : walkOrder(vault())) {
-            if (path.endsWith(u".md"_s))
-                order.append(path);
-        }
+        writeFile(vault(), u"x/b.md"_s, "lower");
         const VaultAnalysis analysis = scanVault();
         QCOMPARE(analysis.notes.size(), 2);
-        QCOMPARE(analysis.notes[0].fileURL.toLocalFile(), order[0]);
-        QCOMPARE(analysis.notes[1].fileURL.toLocalFile(), order[1]);
+        QCOMPARE(analysis.notes[0].fileURL.toLocalFile(), vault() + u"/x/b.md"_s);
+        QCOMPARE(analysis.notes[1].fileURL.toLocalFile(), vault() + u"/y/B.md"_s);
     }
 
     void idsAreFreshAtEachScan()
