@@ -21,6 +21,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -38,7 +39,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString vaultPath = QStringLiteral(VELLORAN_SHARED_DIR "/corpus/obsidian-tasks-demo");
+/// The real 205-note vault where it is beside the clone, otherwise the project's own example vault.
+const QString vaultPath = QFileInfo::exists(QStringLiteral(VELLORAN_SHARED_DIR "/corpus/obsidian-tasks-demo"))
+    ? QStringLiteral(VELLORAN_SHARED_DIR "/corpus/obsidian-tasks-demo")
+    : QStringLiteral(VELLORAN_SOURCE_DIR "/examples/vault");
 const QString standIn = QStringLiteral(VELLORAN_FAKE_OSASCRIPT);
 
 /// One run of the stand-in as the capture recorded it: the argument vector with the captured files.
