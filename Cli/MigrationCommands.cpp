@@ -44,8 +44,12 @@ QByteArray analysisJson(const VaultAnalysis &analysis, const QString &vaultPath)
             { u"hasTables"_s, note.hasTables },
             { u"hasTasks"_s, note.hasTasks },
             { u"frontmatterStripped"_s, note.frontmatterStripped },
+            { u"titleRenamed"_s, note.titleRenamed },
         });
     }
+    QJsonArray unreadable;
+    for (const auto &[path, reason] : analysis.unreadable)
+        unreadable.append(QJsonObject { { u"path"_s, path }, { u"reason"_s, reason } });
     QStringList folders = analysis.folders.values();
     folders.sort();
     const QJsonObject root {
@@ -53,6 +57,8 @@ QByteArray analysisJson(const VaultAnalysis &analysis, const QString &vaultPath)
         { u"folders"_s, toJson(folders) },
         { u"attachmentsResolved"_s, analysis.attachmentsResolved },
         { u"attachmentsMissing"_s, analysis.attachmentsMissing },
+        { u"unreadable"_s, unreadable },
+        { u"titlesRenamed"_s, analysis.titlesRenamed },
     };
     return QJsonDocument(root).toJson(QJsonDocument::Indented);
 }
@@ -78,6 +84,18 @@ QString analysisText(const VaultAnalysis &analysis, const QString &vaultPath)
     };
     if (hasTables)
         rows.append({ tr("Tables"), tr("preserved as real Notes tables") });
+    const auto counted = [](qint64 n, const QString &one, const QString &many) { return n == 1 ? one : many.arg(n); };
+    if (analysis.titlesRenamed > 0)
+        rows.append({ counted(analysis.titlesRenamed, tr("1 title"), tr("%1 titles")),
+            tr("get a number, as another note of that name goes to the same Notes folder") });
+    const qint64 unreadableFiles = VaultScanner::unreadableFileCount(analysis);
+    const qint64 unreadableFolders = analysis.unreadable.size() - unreadableFiles;
+    if (unreadableFiles > 0)
+        rows.append(
+            { counted(unreadableFiles, tr("1 file"), tr("%1 files")), tr("couldn't be read (listed in the report)") });
+    if (unreadableFolders > 0)
+        rows.append({ counted(unreadableFolders, tr("1 folder"), tr("%1 folders")),
+            tr("couldn't be read (listed in the report)") });
 
     qsizetype width = 0;
     for (const auto &row : std::as_const(rows))

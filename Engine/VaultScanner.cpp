@@ -225,6 +225,12 @@ QString missingImageEntry(const QString &title, const QString &ref, const QStrin
     return entry;
 }
 
+qint64 unreadableFileCount(const VaultAnalysis &analysis)
+{
+    return std::count_if(analysis.unreadable.cbegin(), analysis.unreadable.cend(),
+        [](const auto &entry) { return !entry.first.endsWith(u'/'); });
+}
+
 const QSet<QString> &imageExtensions()
 {
     // Deliberately no "tif" and no "pdf".

@@ -63,6 +63,9 @@ VaultAnalysis scan(const QUrl &vault);
 /// Lines are split at "\n" alone, so a file with CRLF line ends is never stripped.
 std::pair<QString, bool> stripFrontmatter(const QString &content);
 
+/// How many of the analysis's unreadable entries are files (the rest are folders).
+qint64 unreadableFileCount(const VaultAnalysis &analysis);
+
 /// The nine image extensions, lower case. Built once, on first use, from any thread.
 const QSet<QString> &imageExtensions();
 

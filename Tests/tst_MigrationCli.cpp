@@ -55,8 +55,11 @@ private slots:
         QJsonParseError error;
         const QJsonObject root = QJsonDocument::fromJson(r.out, &error).object();
         QCOMPARE(error.error, QJsonParseError::NoError);
-        QCOMPARE(
-            root.keys(), (QStringList { u"attachmentsMissing"_s, u"attachmentsResolved"_s, u"folders"_s, u"notes"_s }));
+        QCOMPARE(root.keys(),
+            (QStringList { u"attachmentsMissing"_s, u"attachmentsResolved"_s, u"folders"_s, u"notes"_s,
+                u"titlesRenamed"_s, u"unreadable"_s }));
+        QCOMPARE(root[u"titlesRenamed"_s].toInteger(), 0);
+        QCOMPARE(root[u"unreadable"_s].toArray(), QJsonArray());
         QCOMPARE(root[u"attachmentsResolved"_s].toInteger(), 4);
         QCOMPARE(root[u"attachmentsMissing"_s].toInteger(), 3);
         QCOMPARE(root[u"folders"_s].toArray(),
@@ -83,6 +86,35 @@ private slots:
         QCOMPARE(welcome[u"relativeFolder"_s].toArray(), QJsonArray());
         QCOMPARE(welcome[u"wikilinks"_s].toArray(), QJsonArray({ u"Projects Overview"_s, u"Reading list"_s }));
         QCOMPARE(welcome[u"frontmatterStripped"_s].toBool(), true);
+    }
+
+    // Files that cannot be read and titles that get a number are counted, not lost.
+    void analyzeCountsUnreadableFilesAndNumberedTitles()
+    {
+        QTemporaryDir dir;
+        TestUtil::writeFile(dir.path(), u"x.md"_s, "one");
+        TestUtil::writeFile(dir.path(), u"x.markdown"_s, "two");
+        TestUtil::writeFile(dir.path(), u"latin1.md"_s, QByteArray("caf\xe9", 4));
+        QVERIFY(QFile::link(u"/dev/zero"_s, dir.path() + u"/zero.md"_s));
+        const TestUtil::CliResult plain = runCli({ u"analyze"_s, dir.path() });
+        QCOMPARE(plain.exitCode, 0);
+        const QStringList lines = QString::fromUtf8(plain.out).split(u'\n');
+        QCOMPARE(lines.size(), 9);
+        QCOMPARE(lines[6], u"1 title      get a number, as another note of that name goes to the same Notes folder"_s);
+        QCOMPARE(lines[7], u"2 files      couldn't be read (listed in the report)"_s);
+
+        const TestUtil::CliResult json = runCli({ u"analyze"_s, u"--json"_s, dir.path() });
+        QCOMPARE(json.exitCode, 0);
+        const QJsonObject root = QJsonDocument::fromJson(json.out).object();
+        QCOMPARE(root[u"titlesRenamed"_s].toInteger(), 1);
+        QCOMPARE(root[u"unreadable"_s].toArray(),
+            QJsonArray({ QJsonObject { { u"path"_s, u"latin1.md"_s }, { u"reason"_s, u"not UTF-8 text"_s } },
+                QJsonObject { { u"path"_s, u"zero.md"_s }, { u"reason"_s, u"not a regular file"_s } } }));
+        const QJsonArray notes = root[u"notes"_s].toArray();
+        QCOMPARE(notes.size(), 2);
+        QCOMPARE(notes[1].toObject()[u"title"_s].toString(), u"x (2)"_s);
+        QCOMPARE(notes[1].toObject()[u"path"_s].toString(), u"x.md"_s);
+        QCOMPARE(notes[1].toObject()[u"titleRenamed"_s].toBool(), true);
     }
 
     void analyzeBadPaths_data()

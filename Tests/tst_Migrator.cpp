@@ -14,6 +14,7 @@
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <memory>
@@ -191,6 +192,70 @@ private slots:
             u"<div>Deep</div><div>Deep down</div>\n<div><br></div>"_s);
         // The subfolder of A ▸ B ▸ C is one level down: A holds no folder of its own.
         QCOMPARE(a.value(u"folders"_s).toArray().size(), 0);
+    }
+
+    // A file the scan could not read is a failure of the run, with its reason: never a silent gap.
+    void unreadableFilesAreListedAsFailed()
+    {
+        write(u"good.md"_s, "fine\n");
+        write(u"Sub/latin1.md"_s, QByteArray("caf\xe9\n", 5));
+        QVERIFY(QFile::link(u"/dev/zero"_s, vault + u"/zero.md"_s));
+        Migrator migrator;
+        const Migrator::Report report = migrate(migrator, scan());
+        QCOMPARE(report.notesCreated, 1);
+        QCOMPARE(report.notesFailed,
+            (Pairs { { u"Sub/latin1.md"_s, u"not UTF-8 text"_s }, { u"zero.md"_s, u"not a regular file"_s } }));
+        QCOMPARE(names(root().value(u"notes"_s).toArray()), QStringList { u"good"_s });
+    }
+
+    // Two notes that would get one name in one Notes folder are both created, the later one numbered; a
+    // second run finds both and skips them.
+    void notesOfOneNameAreAllCreatedAndSkippedOnTheNextRun()
+    {
+        write(u"x.md"_s, "from md\n");
+        write(u"x.markdown"_s, "from markdown\n");
+        write(u"A/B/n.md"_s, "deep\n");
+        write(u"A ▸ B/n.md"_s, "flat\n");
+        Migrator migrator;
+        const Migrator::Report first = migrate(migrator, scan());
+        QCOMPARE(first.notesCreated, 4);
+        QCOMPARE(first.notesFailed, Pairs());
+        const QJsonObject imported = root();
+        QCOMPARE(names(imported.value(u"notes"_s).toArray()), (QStringList { u"x"_s, u"x (2)"_s }));
+        QCOMPARE(imported.value(u"notes"_s).toArray().at(1).toObject().value(u"body"_s).toString(),
+            u"<div>x (2)</div><div>from md</div>\n<div><br></div>"_s);
+        const QJsonObject ab = childNamed(imported.value(u"folders"_s).toArray(), u"A ▸ B"_s);
+        QCOMPARE(names(ab.value(u"notes"_s).toArray()), (QStringList { u"n"_s, u"n (2)"_s }));
+        QCOMPARE(ab.value(u"notes"_s).toArray().at(0).toObject().value(u"body"_s).toString(),
+            u"<div>n</div><div>flat</div>\n<div><br></div>"_s);
+
+        const Migrator::Report second = migrate(migrator, scan());
+        QCOMPARE(second.notesCreated, 0);
+        QCOMPARE(second.notesSkipped, 4);
+    }
+
+    // Only readable regular files inside the folder are attached; the others are listed with the reason,
+    // and the note is still created.
+    void imagesThatCannotBeAttachedAreListedWithTheReason()
+    {
+        QTemporaryDir outside;
+        TestUtil::writeFile(outside.path(), u"secret.png"_s, "secret");
+        QVERIFY(QFile::link(outside.path() + u"/secret.png"_s, vault + u"/link.png"_s));
+        QVERIFY(QDir(vault).mkpath(u"folder.png"_s));
+        write(u"a&b.png"_s, "png");
+        write(u"c'd.png"_s, "png");
+        write(u"Note.md"_s,
+            "![[link.png]] ![x](../outside.png) ![y](" + outside.path().toUtf8()
+                + "/secret.png) ![[folder.png]] ![[a&b.png]] ![z](c'd.png)\n");
+        Migrator migrator;
+        const Migrator::Report report = migrate(migrator, scan());
+        QCOMPARE(report.notesCreated, 1);
+        QCOMPARE(report.imagesAttached, 2);
+        QCOMPARE(report.imagesMissing,
+            (QStringList { u"Note: folder.png (not a regular file)"_s, u"Note: link.png (outside the folder)"_s,
+                u"Note: "_s + outside.path() + u"/secret.png (outside the folder)"_s, u"Note: ../outside.png"_s }));
+        QCOMPARE(argumentsOf(*fixture, u"create-note"_s).at(0).mid(4),
+            (QStringList { vault + u"/a&b.png"_s, vault + u"/c'd.png"_s }));
     }
 
     void subfoldersAreEnsuredInPlainOrder()

@@ -45,6 +45,24 @@ Item {
                 "count": qsTr("Tables"),
                 "label": qsTr("preserved as real Notes tables")
             })
+        if (analysis.titlesRenamed > 0)
+            list.push({
+                "symbol": "doc.text",
+                "count": analysis.titlesRenamed === 1 ? qsTr("1 title") : qsTr("%1 titles").arg(analysis.titlesRenamed),
+                "label": qsTr("get a number, as another note of that name goes to the same Notes folder")
+            })
+        if (analysis.unreadableFiles > 0)
+            list.push({
+                "symbol": "exclamationmark.triangle.fill",
+                "count": analysis.unreadableFiles === 1 ? qsTr("1 file") : qsTr("%1 files").arg(analysis.unreadableFiles),
+                "label": qsTr("couldn't be read (listed in the report)")
+            })
+        if (analysis.unreadableFolders > 0)
+            list.push({
+                "symbol": "exclamationmark.triangle.fill",
+                "count": analysis.unreadableFolders === 1 ? qsTr("1 folder") : qsTr("%1 folders").arg(analysis.unreadableFolders),
+                "label": qsTr("couldn't be read (listed in the report)")
+            })
         return list
     }
 

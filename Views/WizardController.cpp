@@ -58,6 +58,10 @@ QVariantMap WizardController::summary(const VaultAnalysis &analysis)
         { QStringLiteral("attachmentsMissing"), analysis.attachmentsMissing },
         { QStringLiteral("wikilinks"), wikilinks },
         { QStringLiteral("hasTables"), hasTables },
+        { QStringLiteral("titlesRenamed"), analysis.titlesRenamed },
+        { QStringLiteral("unreadableFiles"), VaultScanner::unreadableFileCount(analysis) },
+        { QStringLiteral("unreadableFolders"),
+            qint64(analysis.unreadable.size()) - VaultScanner::unreadableFileCount(analysis) },
     };
 }
 

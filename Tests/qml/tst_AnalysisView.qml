@@ -95,6 +95,39 @@ Item {
             fixture.screenshot(view, "analysis-tables-missing-images")
         }
 
+        // Files that cannot be read and titles given a number are shown before anything is written.
+        function test_rowsForUnreadableFilesAndNumberedTitles() {
+            const analysis = root.counts(3, 1, 0, 0, 0, false)
+            analysis.titlesRenamed = 1
+            analysis.unreadableFiles = 2
+            analysis.unreadableFolders = 1
+            const view = show(analysis, "file:///tmp/vault")
+            compare(view.rows.length, 7)
+            compare(view.rows[4], { "symbol": "doc.text", "count": "1 title",
+                                    "label": "get a number, as another note of that name goes to the same Notes folder" })
+            compare(view.rows[5], { "symbol": "exclamationmark.triangle.fill", "count": "2 files",
+                                    "label": "couldn't be read (listed in the report)" })
+            compare(view.rows[6], { "symbol": "exclamationmark.triangle.fill", "count": "1 folder",
+                                    "label": "couldn't be read (listed in the report)" })
+            verify(Screens.visibleTexts(view).indexOf("2 files") > 0)
+            fixture.screenshot(view, "analysis-unreadable-and-numbered")
+        }
+
+        // The controller's analysis carries the counts of a real scan.
+        function test_scanCountsUnreadableFilesAndNumberedTitles() {
+            const vault = fixture.makeDir()
+            fixture.writeFile(vault, "x.md", "one\n")
+            fixture.writeFile(vault, "x.markdown", "two\n")
+            fixture.writeFile(vault, "latin.md", "caf\u00e9\n")
+            const controller = createTemporaryObject(controllerComponent, test)
+            controller.analyze(fixture.url(vault))
+            tryCompare(controller, "isAnalyzing", false, 10000)
+            compare(controller.analysis.notes, 3)
+            compare(controller.analysis.titlesRenamed, 1)
+            compare(controller.analysis.unreadableFiles, 0)
+            compare(controller.analysis.unreadableFolders, 0)
+        }
+
         function test_statGrid() {
             const view = show(root.counts(1, 1, 0, 0, 0, true), "file:///tmp/vault")
             const grid = findChild(view, "statGrid")
