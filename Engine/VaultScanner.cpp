@@ -3,6 +3,7 @@
 
 #include "Counters.h"
 #include "Files.h"
+#include "MarkdownLite.h"
 #include "MarkdownPatterns.h"
 #include "Regex.h"
 #include "Text.h"
@@ -367,6 +368,8 @@ VaultAnalysis scan(const QUrl &vault)
         VaultAnalysis::Note note;
         QString folderPath;
         QString relativePath;
+        /// The images the migration will try to attach: those the renderer meets (none inside code).
+        QStringList rendered;
     };
     QList<Scanned> scanned;
     scanned.reserve(markdownFiles.size());
@@ -402,11 +405,14 @@ VaultAnalysis scan(const QUrl &vault)
         note.hasTasks = MarkdownPatterns::hasTaskItem(body);
         if (!note.relativeFolder.isEmpty())
             analysis.folders.insert(note.relativeFolder.join(u'/'));
-        scanned.append({ std::move(note), info.path(), relativePath });
+        QStringList rendered = MarkdownLite::convert(body).images;
+        scanned.append({ std::move(note), info.path(), relativePath, std::move(rendered) });
     }
 
+    // Counted from what the renderer collects, so that the analysis and the migration report always
+    // agree about every image (an image written inside code, say, is attached by neither).
     for (const Scanned &entry : std::as_const(scanned)) {
-        for (const QString &ref : entry.note.imageRefs) {
+        for (const QString &ref : entry.rendered) {
             if (resolveImage(ref, entry.folderPath, canonicalVault, images).file)
                 addChecked(analysis.attachmentsResolved);
             else

@@ -312,6 +312,18 @@ private slots:
         QCOMPARE(scanVault().attachmentsResolved, 2);
     }
 
+    // The counts come from what the migration will attach: an image written inside code, or cut in two by
+    // a table's cell bars, is neither attached nor missing, though the reference is still listed.
+    void imagesAreCountedAsTheMigrationAttachesThem()
+    {
+        writeFile(vault(), u"n.md"_s, "```\n![[a.png]]\n```\n| ![[a.png|300]] |\n![[a.png]]\n");
+        writeFile(vault(), u"a.png"_s, "png");
+        const VaultAnalysis analysis = scanVault();
+        QCOMPARE(analysis.notes.first().imageRefs, (QStringList { u"a.png"_s, u"a.png"_s, u"a.png"_s }));
+        QCOMPARE(analysis.attachmentsResolved, 1);
+        QCOMPARE(analysis.attachmentsMissing, 0);
+    }
+
     void imageWithTitleIsMissing()
     {
         writeFile(vault(), u"n.md"_s, "![x](img/a.png 'Title')");
