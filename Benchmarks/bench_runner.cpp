@@ -5,11 +5,12 @@
 //   build/bridge-rel/Benchmarks/bench_runner
 //
 // The trivial program is /bin/true (found on PATH), installed through VELLORAN_OSASCRIPT, so what is
-// measured is the runner's own work: the UUID, the atomic script write, the process, the pipes and the
-// removal of the file.
+// measured is the runner's own work: the run folder, the script write, the process, the pipes and the
+// removal of the folder.
 
 #include "NotesBridge_p.h"
 #include "NotesExporter_p.h"
+#include "ScriptRunner.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -63,14 +64,25 @@ void BM_QProcessFloor(benchmark::State &state)
     state.counters["calls/s"] = benchmark::Counter(double(state.iterations()), benchmark::Counter::kIsRate);
 }
 
-/// The script file alone: UUID, atomic write (QSaveFile, which syncs the file to disk before the rename)
-/// and removal. Most of the distance between a runner and the floor is here.
+/// The files of a run alone: its private folder, the script written once, and the folder's removal.
 void BM_ScriptFileAlone(benchmark::State &state)
 {
     const QString script = NotesBridge::ensureFolderProgram.toString();
     for (auto _ : state) {
-        const NotesBridge::ScriptFile file(u"velloran-", script);
-        benchmark::DoNotOptimize(file.path());
+        ScriptRunner::RunFolder folder;
+        benchmark::DoNotOptimize(folder.scriptFile(ScriptRunner::Side::write, script));
+    }
+    state.counters["calls/s"] = benchmark::Counter(double(state.iterations()), benchmark::Counter::kIsRate);
+}
+
+/// Many scripts of one run: the script is written once, and each call starts the program.
+void BM_RunsInOneFolder(benchmark::State &state)
+{
+    const QString script = NotesBridge::ensureFolderProgram.toString();
+    ScriptRunner::RunFolder folder;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(
+            QCoro::waitFor(ScriptRunner::run(ScriptRunner::Side::write, script, arguments, &folder, nullptr)));
     }
     state.counters["calls/s"] = benchmark::Counter(double(state.iterations()), benchmark::Counter::kIsRate);
 }
@@ -79,6 +91,7 @@ BENCHMARK(BM_QProcessFloor)->UseRealTime()->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_NotesBridgeRun)->UseRealTime()->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_NotesExporterRun)->UseRealTime()->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_ScriptFileAlone)->UseRealTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_RunsInOneFolder)->UseRealTime()->Unit(benchmark::kMicrosecond);
 
 /// The console report, followed by each runner's rate relative to the floor.
 class RatioReporter : public benchmark::ConsoleReporter

@@ -1,5 +1,7 @@
 #include "Errors.h"
 
+#include <QCoreApplication>
+
 const char *VelloranError::what() const noexcept
 {
     m_what = errorDescription().toUtf8();
@@ -11,4 +13,9 @@ QString errorDescription(const std::exception &error)
     if (const auto *own = dynamic_cast<const VelloranError *>(&error))
         return own->errorDescription();
     return QString::fromUtf8(error.what());
+}
+
+QString RunStopped::errorDescription() const
+{
+    return QCoreApplication::translate("Velloran", "stopped before Notes answered");
 }

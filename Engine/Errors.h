@@ -45,3 +45,10 @@ private:
 /// The user-facing text of any exception: an engine error's own description, otherwise the exception's
 /// what() read as UTF-8.
 QString errorDescription(const std::exception &error);
+
+/// A script run was stopped at the user's request before it ended.
+class RunStopped : public VelloranError
+{
+public:
+    QString errorDescription() const override;
+};

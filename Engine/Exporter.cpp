@@ -1,6 +1,7 @@
 #include "Exporter.h"
 
 #include "Errors.h"
+#include "ScriptRunner.h"
 
 #include <QCoreApplication>
 #include <QPointer>
@@ -18,27 +19,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// The value of a blocking call made in a background task, or the description of what it threw.
-/// (QtConcurrent carries only QException subclasses across threads, so the text is taken there.)
-template<typename T> using Outcome = std::variant<T, QString>;
-
-template<typename T, typename Fn> Outcome<T> capture(Fn &&fn)
+QString translated(const char *text)
 {
-    try {
-        return fn();
-    } catch (const std::exception &error) {
-        return errorDescription(error);
-    }
-}
-
-Outcome<QStringList> listInBackground()
-{
-    return capture<QStringList>([] { return NotesExporter::listFolders(); });
-}
-
-Outcome<QList<NotesExporter::NoteRecord>> readInBackground(const std::optional<QStringList> &folders)
-{
-    return capture<QList<NotesExporter::NoteRecord>>([&] { return NotesExporter::readNotes(folders); });
+    return QCoreApplication::translate("Velloran", text);
 }
 
 } // namespace
@@ -94,6 +77,7 @@ QVariant Exporter::resultForView() const
         { u"written"_s, m_result->written },
         { u"failed"_s, failed },
         { u"folders"_s, folders },
+        { u"stopped"_s, m_result->stopped },
     };
 }
 
@@ -160,18 +144,21 @@ QCoro::Task<> Exporter::loadFolders()
     const QPointer<Exporter> self(this);
     setLoadingFolders(true);
     setErrorMessage(std::nullopt);
-
-    // Futures are named locals: temporaries inside a co_await expression are not safe with every compiler.
-    QFuture<Outcome<QStringList>> pending = QtConcurrent::run(listInBackground);
-    const Outcome<QStringList> folders = co_await pending;
+    std::optional<QString> error;
+    QStringList folders;
+    try {
+        QCoro::Task<QStringList> listing = NotesExporter::listFolders(ScriptRunner::Context {});
+        folders = co_await listing;
+    } catch (const std::exception &failure) {
+        error = errorDescription(failure);
+    }
     if (!self)
         co_return;
-
-    if (const auto *list = std::get_if<QStringList>(&folders)) {
-        setAvailableFolders(*list);
-    } else {
-        setErrorMessage(std::get<QString>(folders));
+    if (error) {
+        setErrorMessage(*error);
         setAvailableFolders({});
+    } else {
+        setAvailableFolders(folders);
     }
     setLoadingFolders(false);
 }
@@ -180,31 +167,71 @@ QCoro::Task<> Exporter::exportNotes(QStringList selectedFolders, QUrl to)
 {
     Q_ASSERT(QThread::currentThread() == thread());
     const QPointer<Exporter> self(this);
+    ScriptRunner::StopSignal stop(m_stopGrace);
+    m_stop = &stop;
     m_stopRequested = std::make_shared<std::atomic_bool>(false);
-    const std::shared_ptr<std::atomic_bool> stop = m_stopRequested;
+    const std::shared_ptr<std::atomic_bool> stopFlag = m_stopRequested;
     setRunning(true);
     setProgress(0);
     setErrorMessage(std::nullopt);
 
-    // An empty selection means every folder.
-    std::optional<QStringList> folders;
-    if (!selectedFolders.isEmpty())
-        folders = selectedFolders;
-    QFuture<Outcome<QList<NotesExporter::NoteRecord>>> reading = QtConcurrent::run(readInBackground, folders);
-    const Outcome<QList<NotesExporter::NoteRecord>> records = co_await reading;
-    if (!self)
-        co_return;
-
-    if (const auto *error = std::get_if<QString>(&records)) {
-        setErrorMessage(*error);
-        NotesExporter::Result failure;
-        failure.failed.append({ u"(reading Apple Notes)"_s, *error });
+    const auto endWith = [&](NotesExporter::Result result) {
+        result.stopped = stop.isRequested();
+        m_stop = nullptr;
         setProgress(1.0);
         setCurrentNote(QString());
         setRunning(false);
-        setResult(std::move(failure));
+        setResult(std::move(result));
+    };
+    const auto failReading = [&](const QString &error) {
+        setErrorMessage(error);
+        NotesExporter::Result failure;
+        failure.failed.append({ u"(reading Apple Notes)"_s, error });
+        endWith(std::move(failure));
+    };
+
+    // Reading: the folder list (every folder when none is chosen), then each folder in turn. A folder
+    // that cannot be read is a failure of the run, listed by name, unless no folder could be read at all.
+    std::optional<ScriptRunner::RunFolder> folder;
+    QStringList names = selectedFolders;
+    QList<NotesExporter::NoteRecord> records;
+    QList<std::pair<QString, QString>> folderFailures;
+    try {
+        folder.emplace();
+        const ScriptRunner::Context context { &*folder, &stop };
+        if (names.isEmpty()) {
+            QCoro::Task<QStringList> listing = NotesExporter::listFolders(context);
+            names = co_await listing;
+            if (!self)
+                co_return;
+        }
+        for (const QString &name : std::as_const(names)) {
+            if (stop.isRequested())
+                break;
+            QCoro::Task<NotesExporter::FolderRead> reading = NotesExporter::readFolder(context, name);
+            NotesExporter::FolderRead read = co_await reading;
+            if (!self)
+                co_return;
+            if (read.failure.isEmpty())
+                records += std::move(read.notes);
+            else
+                folderFailures.append({ u"(folder "_s + name + u')', read.failure });
+        }
+    } catch (const RunStopped &) {
+        if (!self)
+            co_return;
+    } catch (const std::exception &error) {
+        if (!self)
+            co_return;
+        failReading(errorDescription(error));
         co_return;
     }
+    if (!names.isEmpty() && folderFailures.size() == names.size()) {
+        failReading(folderFailures.last().second);
+        co_return;
+    }
+    if (stop.isRequested())
+        stopFlag->store(true);
 
     // The writer calls back on its own thread. Each call becomes one queued call on this thread, posted at
     // the moment of the callback; the writer does not wait for it. The completion below resumes through the
@@ -220,23 +247,28 @@ QCoro::Task<> Exporter::exportNotes(QStringList selectedFolders, QUrl to)
             },
             Qt::QueuedConnection);
     };
-    const NotesExporter::StopCheck shouldStop = [stop] { return stop->load(); };
-    QFuture<NotesExporter::Result> writing = QtConcurrent::run(
-        NotesExporter::exportNotes, std::get<QList<NotesExporter::NoteRecord>>(records), to, progress, shouldStop);
+    const NotesExporter::StopCheck shouldStop = [stopFlag] { return stopFlag->load(); };
+    QFuture<NotesExporter::Result> writing
+        = QtConcurrent::run(NotesExporter::exportNotes, records, to, progress, shouldStop);
     NotesExporter::Result result = co_await writing;
     if (!self)
         co_return;
 
-    setProgress(1.0);
-    setCurrentNote(QString());
-    setRunning(false);
-    setResult(std::move(result));
+    // A note whose body Notes would not give is written with the explanation, and is a failure too.
+    for (const NotesExporter::NoteRecord &record : std::as_const(records)) {
+        if (const std::optional<QString> reason = NotesExporter::unreadableBodyReason(record.html))
+            result.failed.append({ record.name, translated("couldn't read the note's body: ") + *reason });
+    }
+    result.failed += folderFailures;
+    endWith(std::move(result));
 }
 
 void Exporter::requestStop()
 {
     if (m_stopRequested)
         m_stopRequested->store(true);
+    if (m_stop)
+        m_stop->request();
 }
 
 void Exporter::reset()

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "NotesExporter.h"
+#include "ScriptRunner.h"
 
 #include <QObject>
+#include <QPointer>
 #include <QString>
 #include <QStringList>
 #include <QUrl>
@@ -11,11 +13,13 @@
 #include <QCoro/QCoroTask>
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <optional>
 
-/// The controller of the Notes-to-Markdown direction: loads the Notes folder list, runs one export
-/// (read in one background task, convert and write in a second) and keeps the favourite output folder.
+/// The controller of the Notes-to-Markdown direction: loads the Notes folder list, runs one export (each
+/// folder read by a script that does not block this thread, then converted and written in a background
+/// task) and keeps the favourite output folder.
 ///
 /// Lives on the main thread; every published property is set there. Progress from the writer's thread
 /// reaches it as one queued call per callback.
@@ -63,7 +67,10 @@ public:
     Q_INVOKABLE void reset();
     /// Asks a running export to stop after the note being written; the result then covers what was done.
     /// A request while the notes are still being read takes effect before the first note is written.
+    /// A script reading from Notes that has not ended within the grace period is killed.
     Q_INVOKABLE void requestStop();
+    /// How long a script in flight may go on after a stop request (five seconds unless set).
+    void setStopGracePeriod(std::chrono::milliseconds grace) { m_stopGrace = grace; }
 
     QVariant resultForView() const;
     QVariant errorMessageForView() const;
@@ -97,4 +104,7 @@ private:
     std::optional<QString> m_errorMessage;
     /// The stop flag of the export under way, shared with its writer task.
     std::shared_ptr<std::atomic_bool> m_stopRequested;
+    /// The stop signal of the scripts of the export under way.
+    QPointer<ScriptRunner::StopSignal> m_stop;
+    std::chrono::milliseconds m_stopGrace = std::chrono::seconds(5);
 };

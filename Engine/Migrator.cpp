@@ -5,6 +5,7 @@
 #include "Files.h"
 #include "MarkdownLite.h"
 #include "NotesBridge.h"
+#include "ScriptRunner.h"
 #include "VaultScanner_p.h"
 
 #include <QCoreApplication>
@@ -32,31 +33,11 @@ QString translated(const char *text)
     return QCoreApplication::translate("Velloran", text);
 }
 
-/// What the background creation of one note came to: created or skipped, or the failure's description.
-struct Creation
+/// Writes `html` as UTF-8 to a fresh "velloran-body-UUID.html" in the run's folder, atomically. Gives the
+/// file's path, or throws FileSystemError with the system's text.
+QString writeBodyFile(const ScriptRunner::RunFolder &folder, const QString &html)
 {
-    bool created = false;
-    std::optional<QString> error;
-};
-
-/// Creates one note; runs in a background task, where a failure becomes its description.
-Creation createInBackground(const QString &root, const std::optional<QString> &subfolder, const QString &title,
-    const QString &bodyPath, const QStringList &attachments)
-{
-    try {
-        return { NotesBridge::createNote(root, subfolder, title, bodyPath, attachments), std::nullopt };
-    } catch (const std::exception &error) {
-        return { false, errorDescription(error) };
-    }
-}
-
-/// Writes `html` as UTF-8 to a fresh "velloran-body-UUID.html" in the temporary directory, atomically.
-/// Gives the file's path, or throws FileSystemError with the system's text.
-QString writeBodyFile(const QString &html)
-{
-    const QString path = QDir(QDir::tempPath())
-                             .filePath(u"velloran-body-"_s
-                                 + QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper() + u".html"_s);
+    const QString path = folder.newFilePath(u"velloran-body-", u".html");
     QSaveFile file(path);
     const QByteArray bytes = html.toUtf8();
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
@@ -142,47 +123,94 @@ QVariantMap Migrator::reportToVariant(const Report &report)
         { u"imagesMissing"_s, report.imagesMissing },
         { u"foldersFlattened"_s, report.foldersFlattened },
         { u"wikilinksDegraded"_s, report.wikilinksDegraded },
+        { u"stopped"_s, report.stopped },
     };
+}
+
+void Migrator::requestStop()
+{
+    if (m_stop)
+        m_stop->request();
 }
 
 QCoro::Task<> Migrator::migrate(VaultAnalysis analysis, QUrl vault)
 {
     Q_ASSERT(QThread::currentThread() == thread());
-    // The run may outlive the controller while a note is in flight: every resumption checks it first.
+    // The run may outlive the controller while a script is in flight: every resumption checks it first.
     const QPointer<Migrator> self(this);
-    m_stopRequested = false;
+    ScriptRunner::StopSignal stop(m_stopGrace);
+    m_stop = &stop;
     setRunning(true);
     setProgress(0);
 
     Report report;
+    const auto finish = [&] {
+        report.stopped = stop.isRequested();
+        m_stop = nullptr;
+        setProgress(1.0);
+        setCurrentNote(QString());
+        setRunning(false);
+        setReport(std::move(report));
+    };
 
-    // The root folder, on this thread: without it nothing else can be created.
+    // One private folder holds this run's scripts and note bodies, and goes with the run.
+    std::optional<ScriptRunner::RunFolder> folder;
     try {
-        NotesBridge::ensureFolder(rootFolderName);
+        folder.emplace();
     } catch (const std::exception &error) {
         report.notesFailed.append({ u"(setup)"_s, errorDescription(error) });
+        m_stop = nullptr;
         setRunning(false);
         setReport(std::move(report));
         co_return;
     }
+    const ScriptRunner::Context context { &*folder, &stop };
+
+    // The root folder: without it nothing else can be created.
+    try {
+        QCoro::Task<> ensuring = NotesBridge::ensureFolder(context, rootFolderName);
+        co_await ensuring;
+    } catch (const RunStopped &) {
+        if (!self)
+            co_return;
+        finish();
+        co_return;
+    } catch (const std::exception &error) {
+        if (!self)
+            co_return;
+        report.notesFailed.append({ u"(setup)"_s, errorDescription(error) });
+        m_stop = nullptr;
+        setRunning(false);
+        setReport(std::move(report));
+        co_return;
+    }
+    if (!self)
+        co_return;
 
     // Files and folders the scan could not read are not lost without a word: each is a failure.
     for (const auto &[path, reason] : std::as_const(analysis.unreadable))
         report.notesFailed.append({ path, reason });
 
-    // The subfolders, one level deep, also on this thread. A deeper path is flattened into one name.
+    // The subfolders, one level deep. A deeper path is flattened into one name.
     QHash<QString, QString> subfolders;
     for (const QString &path : sortedFolders(analysis.folders)) {
+        if (stop.isRequested())
+            break;
         const QStringList components = path.split(u'/');
         const QString name = components.join(subfolderJoiner);
         if (components.size() >= 2)
             report.foldersFlattened.append(path);
         try {
-            NotesBridge::ensureSubfolder(rootFolderName, name);
+            QCoro::Task<> ensuring = NotesBridge::ensureSubfolder(context, rootFolderName, name);
+            co_await ensuring;
             subfolders.insert(path, name);
+        } catch (const RunStopped &) {
+            break;
         } catch (const std::exception &error) {
             report.notesFailed.append({ u"(folder "_s + path + u')', errorDescription(error) });
         }
+        if (!self)
+            co_return;
     }
 
     const QString canonicalVault = VaultScanner::canonicalVaultPath(vault);
@@ -190,7 +218,7 @@ QCoro::Task<> Migrator::migrate(VaultAnalysis analysis, QUrl vault)
 
     const qsizetype total = analysis.notes.size();
     // A stop request ends the run after the note in flight; the report then covers what was done.
-    for (qsizetype i = 0; i < total && !m_stopRequested; ++i) {
+    for (qsizetype i = 0; i < total && !stop.isRequested(); ++i) {
         const VaultAnalysis::Note &note = analysis.notes.at(i);
         setCurrentNote(note.title);
         setProgress(double(i) / double(total));
@@ -217,7 +245,7 @@ QCoro::Task<> Migrator::migrate(VaultAnalysis analysis, QUrl vault)
 
         QString bodyPath;
         try {
-            bodyPath = writeBodyFile(output.html);
+            bodyPath = writeBodyFile(*folder, output.html);
         } catch (const std::exception &error) {
             report.notesFailed.append({ note.title, errorDescription(error) });
             continue;
@@ -233,18 +261,23 @@ QCoro::Task<> Migrator::migrate(VaultAnalysis analysis, QUrl vault)
                 misfiled = true;
         }
 
-        // One note at a time, off this thread, so that the interface stays free while Notes works. (The
-        // future is a named local: temporaries inside a co_await expression are not safe with every compiler.)
-        QFuture<Creation> pending
-            = QtConcurrent::run(createInBackground, rootFolderName, subfolder, note.title, bodyPath, attachments);
-        const Creation creation = co_await pending;
-        QFile::remove(bodyPath); // a failed removal is ignored
+        // One note at a time; the interface stays free while Notes works.
+        std::optional<bool> created;
+        QString failure;
+        try {
+            QCoro::Task<bool> creating
+                = NotesBridge::createNote(context, rootFolderName, subfolder, note.title, bodyPath, attachments);
+            created = co_await creating;
+        } catch (const std::exception &error) {
+            failure = errorDescription(error);
+        }
         if (!self)
             co_return;
+        QFile::remove(bodyPath); // a failed removal is ignored
 
-        if (creation.error) {
-            report.notesFailed.append({ note.title, *creation.error });
-        } else if (creation.created) {
+        if (!created) {
+            report.notesFailed.append({ note.title, failure });
+        } else if (*created) {
             addChecked(report.imagesAttached, attachments.size());
             addChecked(report.wikilinksDegraded, note.wikilinks.size());
             // A misfiled note is counted only as misfiled, never also as created.
@@ -258,9 +291,5 @@ QCoro::Task<> Migrator::migrate(VaultAnalysis analysis, QUrl vault)
         }
     }
 
-    setProgress(1.0);
-    setCurrentNote(QString());
-    setRunning(false);
-    setReport(std::move(report));
-    m_stopRequested = false;
+    finish();
 }

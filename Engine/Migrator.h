@@ -1,9 +1,11 @@
 #pragma once
 
+#include "ScriptRunner.h"
 #include "VaultScanner.h"
 
 #include <QList>
 #include <QObject>
+#include <QPointer>
 #include <QString>
 #include <QStringList>
 #include <QUrl>
@@ -11,6 +13,7 @@
 
 #include <QCoro/QCoroTask>
 
+#include <chrono>
 #include <optional>
 #include <utility>
 
@@ -18,15 +21,15 @@
 /// "Imported by Velloran", one subfolder per source folder (deeper paths flattened with " ▸ "), and
 /// publishes its progress and, at the end, a Report. Never modifies the source files.
 ///
-/// Lives on the main thread; every published property is set there. The folder scripts run
-/// synchronously on the main thread, each note's script in a background task, one note at a time.
+/// Lives on the main thread; every published property is set there. Every script runs without blocking
+/// it, one at a time.
 class Migrator : public QObject
 {
     Q_OBJECT
     Q_PROPERTY(double progress READ progress NOTIFY progressChanged)
     Q_PROPERTY(QString currentNote READ currentNote NOTIFY currentNoteChanged)
     Q_PROPERTY(bool isRunning READ isRunning NOTIFY isRunningChanged)
-    /// The last report for the screens: a map with the eight fields (pairs as two-element lists), or
+    /// The last report for the screens: a map of its fields (pairs as two-element lists), or
     /// undefined when there is none.
     Q_PROPERTY(QVariant report READ reportForView NOTIFY reportChanged)
 
@@ -45,6 +48,8 @@ public:
         QStringList imagesMissing;
         QStringList foldersFlattened;
         qint64 wikilinksDegraded = 0;
+        /// The run was stopped before its end: the report covers what was done until then.
+        bool stopped = false;
 
         friend bool operator==(const Report &, const Report &) = default;
     };
@@ -70,9 +75,13 @@ public:
     QCoro::Task<> migrate(VaultAnalysis analysis, QUrl vault);
 
     /// Asks a running migration to stop after the note in flight; the report then covers what was done.
-    void requestStop() { m_stopRequested = true; }
+    /// A script that has not ended within the grace period is killed, and its note is reported as
+    /// stopped.
+    Q_INVOKABLE void requestStop();
+    /// How long a script in flight may go on after a stop request (five seconds unless set).
+    void setStopGracePeriod(std::chrono::milliseconds grace) { m_stopGrace = grace; }
 
-    /// The report as a map for the screens: the eight fields by name, each failure or misfiled pair as a
+    /// The report as a map for the screens: the fields by name, each failure or misfiled pair as a
     /// two-element list.
     static QVariantMap reportToVariant(const Report &report);
 
@@ -90,6 +99,8 @@ private:
     double m_progress = 0;
     QString m_currentNote;
     bool m_isRunning = false;
-    bool m_stopRequested = false;
+    std::chrono::milliseconds m_stopGrace = std::chrono::seconds(5);
+    /// The stop signal of the run under way.
+    QPointer<ScriptRunner::StopSignal> m_stop;
     std::optional<Report> m_report;
 };

@@ -1,5 +1,6 @@
 #include "NotesBridge_p.h"
 
+#include "ScriptRunner.h"
 #include "Text.h"
 
 #include <QCoreApplication>
@@ -46,51 +47,9 @@ QString decodeUtf8OrEmpty(const QByteArray &bytes)
     return text;
 }
 
-ScriptFile::ScriptFile(QStringView prefix, const QString &script)
-{
-    const QString name
-        = prefix.toString() + QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper() + u".applescript"_s;
-    m_path = QDir(QDir::tempPath()).absoluteFilePath(name);
-
-    QSaveFile file(m_path);
-    const QByteArray bytes = script.toUtf8();
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
-        throw FileSystemError(file.errorString());
-}
-
-ScriptFile::~ScriptFile()
-{
-    QFile::remove(m_path);
-}
-
-QString scriptResult(bool exitedWithZero, const QByteArray &standardOutput, const QByteArray &standardError)
-{
-    if (exitedWithZero)
-        return decodeUtf8OrEmpty(standardOutput);
-    throw BridgeError::scriptFailed(Text::trimWhitespaceAndNewlines(decodeUtf8OrEmpty(standardError)).toString());
-}
-
 QString run(const QString &script, const QStringList &args)
 {
-    const ScriptFile file(u"velloran-", script);
-
-    // The script goes by file, never through -e or standard input, so that no text of it needs quoting;
-    // its parameters are plain arguments, read inside the script as argv.
-    QProcess process;
-    process.setProgram(scriptRunnerProgram());
-    process.setArguments(QStringList { file.path() } + args);
-    process.setInputChannelMode(QProcess::ForwardedInputChannel);
-    process.start(QIODevice::ReadOnly);
-    if (!process.waitForStarted(-1))
-        throw LaunchError(process.errorString());
-
-    // Reads both pipes while it waits, so a script that fills its standard error while standard output is
-    // still open cannot stall.
-    process.waitForFinished(-1);
-    const bool exitedWithZero = process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
-    if (exitedWithZero)
-        return scriptResult(true, process.readAllStandardOutput(), {});
-    return scriptResult(false, {}, process.readAllStandardError());
+    return ScriptRunner::runBlocking(ScriptRunner::Side::write, script, args);
 }
 
 void ensureFolder(const QString &name)
@@ -103,14 +62,56 @@ void ensureSubfolder(const QString &root, const QString &sub)
     run(ensureSubfolderProgram.toString(), { root, sub });
 }
 
+namespace {
+
+/// The arguments of the create-note program: an empty subfolder puts the note into the root folder.
+QStringList createNoteArguments(const QString &root, const std::optional<QString> &sub, const QString &title,
+    const QString &htmlPath, const QStringList &attachments)
+{
+    QStringList args { root, sub.value_or(QString()), title, htmlPath };
+    args += attachments;
+    return args;
+}
+
+/// Any output but "skipped" counts as created.
+bool wasCreated(const QString &output)
+{
+    return Text::trimWhitespaceAndNewlines(output) != u"skipped";
+}
+
+} // namespace
+
 bool createNote(const QString &root, const std::optional<QString> &sub, const QString &title, const QString &htmlPath,
     const QStringList &attachments)
 {
-    // An empty subfolder argument puts the note directly into the root folder.
-    QStringList args { root, sub.value_or(QString()), title, htmlPath };
-    args += attachments;
-    const QString output = run(createNoteProgram.toString(), args);
-    return Text::trimWhitespaceAndNewlines(output) != u"skipped";
+    return wasCreated(run(createNoteProgram.toString(), createNoteArguments(root, sub, title, htmlPath, attachments)));
+}
+
+// (Each awaited task is a named local: temporaries inside a co_await expression are not safe with every
+// compiler.)
+QCoro::Task<> ensureFolder(ScriptRunner::Context context, QString name)
+{
+    QCoro::Task<QString> running = ScriptRunner::run(
+        ScriptRunner::Side::write, ensureFolderProgram.toString(), QStringList(name), context.folder, context.stop);
+    co_await running;
+}
+
+QCoro::Task<> ensureSubfolder(ScriptRunner::Context context, QString root, QString sub)
+{
+    const QStringList args { root, sub };
+    QCoro::Task<QString> running = ScriptRunner::run(
+        ScriptRunner::Side::write, ensureSubfolderProgram.toString(), args, context.folder, context.stop);
+    co_await running;
+}
+
+QCoro::Task<bool> createNote(ScriptRunner::Context context, QString root, std::optional<QString> sub, QString title,
+    QString htmlPath, QStringList attachments)
+{
+    const QStringList args = createNoteArguments(root, sub, title, htmlPath, attachments);
+    QCoro::Task<QString> running = ScriptRunner::run(
+        ScriptRunner::Side::write, createNoteProgram.toString(), args, context.folder, context.stop);
+    const QString output = co_await running;
+    co_return wasCreated(output);
 }
 
 } // namespace NotesBridge

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Errors.h"
+#include "ScriptRunner.h"
 
 #include <QString>
 #include <QStringList>
@@ -9,8 +10,9 @@
 
 /// Creating folders and notes in Apple Notes.
 ///
-/// Each operation runs one fixed AppleScript program through osascript (see NotesBridge_p.h for the
-/// runner and the programs) and blocks the calling thread until it has ended. Every program is
+/// Each operation runs one fixed AppleScript program through osascript (see ScriptRunner.h for the runner
+/// and NotesBridge_p.h for the programs), blocking the calling thread or, in the forms that take a
+/// context, as a coroutine. Every program is
 /// idempotent by name, so a migration that runs twice creates nothing twice.
 ///
 /// The operations throw BridgeError when the script fails (a refused Automation permission included),
@@ -55,5 +57,12 @@ void ensureSubfolder(const QString &root, const QString &sub);
 /// written then), true otherwise: any output but "skipped" counts as created.
 bool createNote(const QString &root, const std::optional<QString> &sub, const QString &title, const QString &htmlPath,
     const QStringList &attachments = {});
+
+// The same three operations without blocking: the scripts go into the context's run folder, and the
+// context's stop signal can end them (they then throw RunStopped).
+QCoro::Task<> ensureFolder(ScriptRunner::Context context, QString name);
+QCoro::Task<> ensureSubfolder(ScriptRunner::Context context, QString root, QString sub);
+QCoro::Task<bool> createNote(ScriptRunner::Context context, QString root, std::optional<QString> sub, QString title,
+    QString htmlPath, QStringList attachments);
 
 } // namespace NotesBridge

@@ -12,17 +12,12 @@
 
 namespace NotesBridge {
 
-/// Writes `script` to a fresh "velloran-<UUID>.applescript" file in the temporary directory, runs it with
-/// osascript (or the program that VELLORAN_OSASCRIPT names) and the arguments `args`, and removes the
-/// file again on every way out. Returns standard output untrimmed, decoded as UTF-8 (the empty string
-/// when it is not valid UTF-8). Throws BridgeError::scriptFailed with the trimmed standard error on a
-/// non-zero exit, FileSystemError when the file cannot be written and LaunchError when the program
-/// cannot be started.
+/// Runs `script` with osascript (or the program that VELLORAN_OSASCRIPT names) and the arguments `args`,
+/// blocking the calling thread, through the one script runner (ScriptRunner::run, write side). Returns
+/// standard output untrimmed, decoded as UTF-8 (the empty string when it is not valid UTF-8). Throws
+/// BridgeError::scriptFailed with the trimmed standard error on a non-zero exit, FileSystemError when the
+/// script cannot be written and LaunchError when the program cannot be started.
 QString run(const QString &script, const QStringList &args);
-
-/// Turns a finished run into the runner's result: its standard output when the program exited normally
-/// with status 0, otherwise BridgeError::scriptFailed with the trimmed standard error.
-QString scriptResult(bool exitedWithZero, const QByteArray &standardOutput, const QByteArray &standardError);
 
 // The three programs. Lines are joined by a line feed, with none after the last; the comment line of
 // the create-note program stays in its own language. Each is written to disk as UTF-8.
@@ -90,23 +85,5 @@ QString scriptRunnerProgram();
 
 /// `bytes` decoded as UTF-8, or the empty string when they are not valid UTF-8.
 QString decodeUtf8OrEmpty(const QByteArray &bytes);
-
-/// A script written to "<prefix><UUID>.applescript" in the temporary directory, atomically and as UTF-8,
-/// and removed when the object goes (a failed removal is ignored). The constructor throws
-/// FileSystemError when the file cannot be written; there is nothing to remove then.
-class ScriptFile
-{
-public:
-    ScriptFile(QStringView prefix, const QString &script);
-    ~ScriptFile();
-    ScriptFile(const ScriptFile &) = delete;
-    ScriptFile &operator=(const ScriptFile &) = delete;
-
-    /// The file's absolute path.
-    const QString &path() const { return m_path; }
-
-private:
-    QString m_path;
-};
 
 } // namespace NotesBridge

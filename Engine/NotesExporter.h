@@ -1,12 +1,15 @@
 #pragma once
 
 #include "Errors.h"
+#include "ScriptRunner.h"
 
 #include <QList>
 #include <QSet>
 #include <QString>
 #include <QStringList>
 #include <QUrl>
+
+#include <QCoro/QCoroTask>
 
 #include <functional>
 #include <optional>
@@ -62,10 +65,13 @@ private:
 struct Result
 {
     qint64 written = 0;
-    /// One (note name or "(destination)", reason) pair per note that was not written.
+    /// One (note name, "(destination)" or "(folder NAME)", reason) pair per note or folder that was not
+    /// written whole.
     QList<std::pair<QString, QString>> failed;
     /// The (sanitised) names of the subfolders that notes were placed in.
     QSet<QString> folders;
+    /// The run was stopped before its end: the result covers what was done until then.
+    bool stopped = false;
 };
 
 /// Called before each note with i/n and the note's name, and once at the end with 1.0 and "".
@@ -79,6 +85,24 @@ QStringList listFolders();
 /// Folders that fail are skipped silently as long as one folder was read; when every folder fails, the
 /// last folder's error is thrown.
 QList<NoteRecord> readNotes(const std::optional<QStringList> &folders = std::nullopt);
+
+/// What reading one folder came to: its notes, or why it could not be read.
+struct FolderRead
+{
+    QList<NoteRecord> notes;
+    /// The description of the failure; empty when the folder was read.
+    QString failure;
+};
+
+// Without blocking: the scripts go into the context's run folder, and its stop signal ends them (they
+// then throw RunStopped).
+/// The folder names, sorted as listFolders() sorts them. Throws as listFolders() does.
+QCoro::Task<QStringList> listFolders(ScriptRunner::Context context);
+/// One folder's notes. A failed script is the read's failure; only RunStopped is thrown.
+QCoro::Task<FolderRead> readFolder(ScriptRunner::Context context, QString folder);
+
+/// For a body that the read program replaced with its could-not-read explanation, the reason it gives.
+std::optional<QString> unreadableBodyReason(const QString &html);
 
 /// Asked before each note, from the writer's thread: true ends the run there, as if the notes ended.
 using StopCheck = std::function<bool()>;

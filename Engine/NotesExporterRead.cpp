@@ -4,8 +4,12 @@
 #include "NotesExporter_p.h"
 #include "Text.h"
 
+#include "ScriptRunner.h"
+
 #include <QCoreApplication>
-#include <QProcess>
+#include <QtConcurrent>
+
+#include <QCoro/QCoroFuture>
 
 #include <exception>
 
@@ -39,31 +43,9 @@ QString ExportError::errorDescription() const
     return QString();
 }
 
-QString scriptResult(bool exitedWithZero, const QByteArray &standardOutput, const QByteArray &standardError)
-{
-    if (exitedWithZero)
-        return NotesBridge::decodeUtf8OrEmpty(standardOutput);
-    throw ExportError::scriptFailed(
-        Text::trimWhitespaceAndNewlines(NotesBridge::decodeUtf8OrEmpty(standardError)).toString());
-}
-
 QString run(const QString &script, const QStringList &args)
 {
-    const NotesBridge::ScriptFile file(u"velloran-export-", script);
-
-    // A folder whose notes hold images reads back as megabytes. QProcess drains standard output and
-    // standard error together while it waits, so neither pipe can fill up and stall the script.
-    QProcess process;
-    process.setProgram(NotesBridge::scriptRunnerProgram());
-    process.setArguments(QStringList { file.path() } + args);
-    process.setInputChannelMode(QProcess::ForwardedInputChannel);
-    process.start(QIODevice::ReadOnly);
-    if (!process.waitForStarted(-1))
-        throw LaunchError(process.errorString());
-
-    process.waitForFinished(-1);
-    const bool exitedWithZero = process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
-    return scriptResult(exitedWithZero, process.readAllStandardOutput(), process.readAllStandardError());
+    return ScriptRunner::runBlocking(ScriptRunner::Side::read, script, args);
 }
 
 QString stripFieldSeparators(QStringView text)
@@ -97,9 +79,10 @@ QList<NoteRecord> parseRecords(const QString &output)
     return records;
 }
 
-QStringList listFolders()
+namespace {
+
+QStringList folderNames(const QString &output)
 {
-    const QString output = run(withStripSeps(folderListProgram), {});
     QStringList names;
     for (const QStringView piece : QStringView(output).split(recordSep)) {
         const QStringView name = Text::trimWhitespaceAndNewlines(piece);
@@ -109,6 +92,13 @@ QStringList listFolders()
     // Names that compare equal (Work, work) keep the order in which Notes listed them.
     Text::stableSortLocalized(names, [](const QString &name) { return QStringView(name); });
     return names;
+}
+
+} // namespace
+
+QStringList listFolders()
+{
+    return folderNames(run(withStripSeps(folderListProgram), {}));
 }
 
 QList<NoteRecord> readNotes(const std::optional<QStringList> &folders)
@@ -133,6 +123,41 @@ QList<NoteRecord> readNotes(const std::optional<QStringList> &folders)
     if (!anyRead)
         std::rethrow_exception(lastError);
     return records;
+}
+
+QCoro::Task<QStringList> listFolders(ScriptRunner::Context context)
+{
+    QCoro::Task<QString> running = ScriptRunner::run(
+        ScriptRunner::Side::read, withStripSeps(folderListProgram), QStringList(), context.folder, context.stop);
+    const QString output = co_await running;
+    co_return folderNames(output);
+}
+
+QCoro::Task<FolderRead> readFolder(ScriptRunner::Context context, QString folder)
+{
+    FolderRead read;
+    try {
+        QCoro::Task<QString> running = ScriptRunner::run(ScriptRunner::Side::read, withStripSeps(folderReadProgram),
+            QStringList(folder), context.folder, context.stop);
+        const QString output = co_await running;
+        // A folder with many notes reads back as megabytes: parsed off this thread.
+        QFuture<QList<NoteRecord>> parsing = QtConcurrent::run(parseRecords, output);
+        read.notes = co_await parsing;
+    } catch (const RunStopped &) {
+        throw;
+    } catch (const std::exception &error) {
+        read.failure = errorDescription(error);
+    }
+    co_return read;
+}
+
+std::optional<QString> unreadableBodyReason(const QString &html)
+{
+    static const QString start = u"<div>[Velloran: could not read this note's body \u2014 "_s;
+    static const QString end = u"]</div>"_s;
+    if (!html.startsWith(start) || !html.endsWith(end))
+        return std::nullopt;
+    return html.sliced(start.size(), html.size() - start.size() - end.size());
 }
 
 } // namespace NotesExporter

@@ -13,17 +13,13 @@
 
 namespace NotesExporter {
 
-/// Writes `script` to a fresh "velloran-export-<UUID>.applescript" file in the temporary directory, runs
-/// it with osascript (or the program that VELLORAN_OSASCRIPT names) and the arguments `args`, and removes
-/// the file again on every way out. Both output pipes are drained while the script runs, so output of any
-/// size comes back whole. Returns standard output untrimmed, decoded as UTF-8 (the empty string when it is
-/// not valid UTF-8). Throws ExportError::scriptFailed with the trimmed standard error on a non-zero exit,
-/// FileSystemError when the file cannot be written and LaunchError when the program cannot be started.
+/// Runs `script` with osascript (or the program that VELLORAN_OSASCRIPT names) and the arguments `args`,
+/// blocking the calling thread, through the one script runner (ScriptRunner::run, read side). Output of
+/// any size comes back whole. Returns standard output untrimmed, decoded as UTF-8 (the empty string when
+/// it is not valid UTF-8). Throws ExportError::scriptFailed with the trimmed standard error on a non-zero
+/// exit, FileSystemError when the script cannot be written and LaunchError when the program cannot be
+/// started.
 QString run(const QString &script, const QStringList &args);
-
-/// Turns a finished run into the runner's result: its standard output when the program exited normally
-/// with status 0, otherwise ExportError::scriptFailed with the trimmed standard error.
-QString scriptResult(bool exitedWithZero, const QByteArray &standardOutput, const QByteArray &standardError);
 
 /// Ends each record of the programs' output. The programs strip it from every name.
 inline constexpr char16_t recordSep = u'\u001E';

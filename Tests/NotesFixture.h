@@ -109,10 +109,11 @@ public:
         return argv;
     }
 
-    /// Files in the temporary directory whose names start with "velloran-".
+    /// Files and folders in the temporary directory whose names start with "velloran-".
     QStringList leftovers() const
     {
-        return QDir(tempDir()).entryList({ QStringLiteral("velloran-*") }, QDir::Files | QDir::Hidden | QDir::System);
+        return QDir(tempDir()).entryList({ QStringLiteral("velloran-*") },
+            QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System);
     }
 
     /// Installs a shell script as the program the runners start, in place of the stand-in. The script gets
@@ -179,14 +180,20 @@ inline void addRunFailureRows()
     QTest::addRow("white space and line breaks on both ends")
         << QByteArray("printf '\\n\\t \\r\\nboth ends\\r\\n\\t\\n' >&2; exit 2") << u"both ends"_s
         << u"Apple Notes error: both ends"_s;
-    QTest::addRow("empty standard error") << QByteArray("exit 1") << QString() << u"Apple Notes error: "_s;
+    // A failure with nothing to say still says how osascript ended, never an empty reason.
+    QTest::addRow("empty standard error")
+        << QByteArray("exit 1") << u"osascript failed without a message (exit status 1)"_s
+        << u"Apple Notes error: osascript failed without a message (exit status 1)"_s;
+    QTest::addRow("crash without a message") << QByteArray("kill -SEGV $$") << u"osascript ended with signal 11"_s
+                                             << u"Apple Notes error: osascript ended with signal 11"_s;
     QTest::addRow("standard output is dropped")
         << QByteArray("printf 'created\\n'; printf 'bad\\n' >&2; exit 1") << u"bad"_s << u"Apple Notes error: bad"_s;
     QTest::addRow("exit status 255") << QByteArray("printf 'x' >&2; exit 255") << u"x"_s << u"Apple Notes error: x"_s;
     QTest::addRow("killed by a signal") << QByteArray("printf 'dying\\n' >&2; kill -9 $$") << u"dying"_s
                                         << u"Apple Notes error: dying"_s;
     QTest::addRow("invalid UTF-8 on standard error")
-        << QByteArray("printf 'bad \\377 byte' >&2; exit 1") << QString() << u"Apple Notes error: "_s;
+        << QByteArray("printf 'bad \\377 byte' >&2; exit 1") << u"osascript failed without a message (exit status 1)"_s
+        << u"Apple Notes error: osascript failed without a message (exit status 1)"_s;
     QTest::addRow("non-Latin standard error")
         << QByteArray("printf ' \\316\\261\\316\\262 \\n' >&2; exit 1") << u"αβ"_s << u"Apple Notes error: αβ"_s;
 }

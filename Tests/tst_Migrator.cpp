@@ -76,7 +76,8 @@ QString refusedText()
 QRegularExpression scriptFailure(const QString &tempDir, const QString &error)
 {
     return QRegularExpression(u"^Apple Notes error: "_s + QRegularExpression::escape(tempDir)
-        + u"/velloran-[^/]+\\.applescript:\\d+:\\d+: execution error: "_s + QRegularExpression::escape(error) + u"$"_s);
+        + u"/velloran-run-\\d+-[0-9A-F-]{36}/velloran-[^/]+\\.applescript:\\d+:\\d+: execution error: "_s
+        + QRegularExpression::escape(error) + u"$"_s);
 }
 
 } // namespace
@@ -288,7 +289,7 @@ private slots:
         QCOMPARE(created.at(1).mid(0, 3), (QStringList { u"Imported by Velloran"_s, QString(), u"Mid"_s }));
         QCOMPARE(created.at(2).mid(0, 3), (QStringList { u"Imported by Velloran"_s, QString(), u"Zeta"_s }));
         const QRegularExpression bodyFile(u"^"_s + QRegularExpression::escape(fixture->tempDir())
-            + u"/velloran-body-[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}\\.html$"_s);
+            + u"/velloran-run-\\d+-[0-9A-F-]{36}/velloran-body-[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}\\.html$"_s);
         for (const QStringList &arguments : created) {
             QCOMPARE(arguments.size(), 4);
             QVERIFY2(bodyFile.match(arguments.at(3)).hasMatch(), qPrintable(arguments.at(3)));
@@ -485,21 +486,27 @@ private slots:
         write(u"First.md"_s, "first\n");
         write(u"Second.md"_s, "second\n");
         write(u"Third.md"_s, "third\n");
-        const QByteArray tempDir = qgetenv("TMPDIR");
-        // While the second note is prepared, the temporary directory is a file, so nothing can be made in it.
-        const QString notAFolder = fixture->writeFile(u"not a folder"_s, "file");
+        // While the second note is prepared, the run's folder is a file, so nothing can be made in it.
         Migrator migrator;
-        connect(&migrator, &Migrator::currentNoteChanged, this,
-            [&] { qputenv("TMPDIR", migrator.currentNote() == u"Second"_s ? notAFolder.toUtf8() : tempDir); });
+        QString runFolder;
+        connect(&migrator, &Migrator::currentNoteChanged, this, [&] {
+            if (migrator.currentNote() == u"Second"_s) {
+                runFolder = QDir(fixture->tempDir()).absoluteFilePath(fixture->leftovers().value(0));
+                QVERIFY(QFile::rename(runFolder, runFolder + u".away"_s));
+                fixture->writeFile(u"tmp/"_s + QFileInfo(runFolder).fileName(), "file");
+            } else if (migrator.currentNote() == u"Third"_s) {
+                QVERIFY(QFile::remove(runFolder));
+                QVERIFY(QFile::rename(runFolder + u".away"_s, runFolder));
+            }
+        });
         const Migrator::Report report = migrate(migrator, scan());
-        qputenv("TMPDIR", tempDir);
+        QVERIFY(QFileInfo(runFolder).fileName().startsWith(u"velloran-run-"_s));
 
         QCOMPARE(report.notesCreated, 2);
         QCOMPARE(report.notesFailed.size(), 1);
         QCOMPARE(report.notesFailed.at(0).first, u"Second"_s);
         // The system's text.
         QCOMPARE(report.notesFailed.at(0).second, u"Not a directory"_s);
-        QVERIFY(QFileInfo(notAFolder).isFile());
         QCOMPARE(names(root().value(u"notes"_s).toArray()), (QStringList { u"First"_s, u"Third"_s }));
     }
 
@@ -653,7 +660,7 @@ private slots:
         const QVariantMap map = Migrator::reportToVariant(report);
         QCOMPARE(map.keys(),
             (QStringList { u"foldersFlattened"_s, u"imagesAttached"_s, u"imagesMissing"_s, u"notesCreated"_s,
-                u"notesFailed"_s, u"notesMisfiled"_s, u"notesSkipped"_s, u"wikilinksDegraded"_s }));
+                u"notesFailed"_s, u"notesMisfiled"_s, u"notesSkipped"_s, u"stopped"_s, u"wikilinksDegraded"_s }));
         QCOMPARE(map.value(u"notesCreated"_s).toLongLong(), 3);
         QCOMPARE(map.value(u"notesSkipped"_s).toLongLong(), 1);
         QCOMPARE(map.value(u"notesFailed"_s).toList().at(0).toStringList(), (QStringList { u"(setup)"_s, u"why"_s }));

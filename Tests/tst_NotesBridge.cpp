@@ -198,41 +198,42 @@ private slots:
         QCOMPARE(errorDescription(*error), description);
     }
 
-    void scriptResult_data()
+    void runnerResult_data()
     {
-        QTest::addColumn<bool>("exitedWithZero");
-        QTest::addColumn<QByteArray>("standardOutput");
-        QTest::addColumn<QByteArray>("standardError");
+        QTest::addColumn<QByteArray>("shell");
         QTest::addColumn<QString>("result");
         QTest::addColumn<QString>("message");
 
         QTest::addRow("success keeps the line break")
-            << true << QByteArray("created\n") << QByteArray() << u"created\n"_s << QString();
+            << QByteArray("printf 'created\\n'") << u"created\n"_s << QString();
         QTest::addRow("success ignores standard error")
-            << true << QByteArray(" x ") << QByteArray("warning") << u" x "_s << QString();
-        QTest::addRow("success with invalid UTF-8")
-            << true << QByteArray("\xC3(") << QByteArray() << QString() << QString();
+            << QByteArray("printf ' x '; printf 'warning' >&2") << u" x "_s << QString();
+        QTest::addRow("success with invalid UTF-8") << QByteArray("printf '\\303('") << QString() << QString();
         QTest::addRow("failure trims standard error")
-            << false << QByteArray("created") << QByteArray("  word\n") << QString() << u"word"_s;
+            << QByteArray("printf created; printf '  word\\n' >&2; exit 1") << QString() << u"word"_s;
         QTest::addRow("failure keeps inner line breaks")
-            << false << QByteArray() << QByteArray("\na\n\nb\n") << QString() << u"a\n\nb"_s;
+            << QByteArray("printf '\\na\\n\\nb\\n' >&2; exit 1") << QString() << u"a\n\nb"_s;
         QTest::addRow("failure trims Unicode spaces")
-            << false << QByteArray() << QByteArray("\xC2\xA0\xE2\x80\xA8word\xE3\x80\x80") << QString() << u"word"_s;
+            << QByteArray("printf '\\302\\240\\342\\200\\250word\\343\\200\\200' >&2; exit 1") << QString()
+            << u"word"_s;
+        // A failure that says nothing still says how it ended.
+        QTest::addRow("failure without a message")
+            << QByteArray("exit 1") << QString() << u"osascript failed without a message (exit status 1)"_s;
+        QTest::addRow("crash") << QByteArray("kill -SEGV $$") << QString() << u"osascript ended with signal 11"_s;
+        QTest::addRow("killed") << QByteArray("kill -9 $$") << QString() << u"osascript ended with signal 9"_s;
     }
 
-    void scriptResult()
+    void runnerResult()
     {
-        QFETCH(bool, exitedWithZero);
-        QFETCH(QByteArray, standardOutput);
-        QFETCH(QByteArray, standardError);
+        QFETCH(QByteArray, shell);
         QFETCH(QString, result);
         QFETCH(QString, message);
-        if (exitedWithZero) {
-            QCOMPARE(NotesBridge::scriptResult(true, standardOutput, standardError), result);
+        fixture->installScript(shell);
+        if (message.isEmpty()) {
+            QCOMPARE(NotesBridge::run(u"script"_s, {}), result);
             return;
         }
-        const auto error = thrown<NotesBridge::BridgeError>(
-            [&] { NotesBridge::scriptResult(false, standardOutput, standardError); });
+        const auto error = thrown<NotesBridge::BridgeError>([] { NotesBridge::run(u"script"_s, {}); });
         QVERIFY(error);
         QCOMPARE(error->message(), message);
     }
@@ -261,18 +262,24 @@ private slots:
         QCOMPARE(QString::fromUtf8(error.what()), description);
     }
 
-    void scriptFileIsFreshAndInTheTemporaryDirectory()
+    // Each run's script lies in a private folder of its own (mode 0700) in the temporary directory, which
+    // is gone when the run is.
+    void scriptFileIsInAPrivateRunFolder()
     {
-        fixture->installScript("printf '%s' \"$1\"");
+        fixture->installScript("printf '%s %s' \"$1\" \"$(stat -c %a \"$(dirname \"$1\")\")\"");
         const QString first = NotesBridge::run(u"script"_s, {});
         const QString second = NotesBridge::run(u"script"_s, {});
-        const Regex form(u"^velloran-[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}\\.applescript$"_s);
-        for (const QString &path : { first, second }) {
-            const QFileInfo info(path);
+        const Regex form(
+            u"^velloran-[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}\\.applescript 700$"_s);
+        const Regex folderForm(u"^velloran-run-"_s + QString::number(QCoreApplication::applicationPid())
+            + u"-[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}$"_s);
+        for (const QString &output : { first, second }) {
+            const QFileInfo info(output);
             QVERIFY(info.isAbsolute());
-            QCOMPARE(info.absolutePath(), fixture->tempDir());
-            QVERIFY2(form.contains(info.fileName()), qPrintable(path));
-            QVERIFY(!info.exists());
+            QCOMPARE(QFileInfo(info.absolutePath()).absolutePath(), fixture->tempDir());
+            QVERIFY2(folderForm.contains(QFileInfo(info.absolutePath()).fileName()), qPrintable(output));
+            QVERIFY2(form.contains(info.fileName()), qPrintable(output));
+            QVERIFY(!QFileInfo::exists(info.absolutePath()));
         }
         QVERIFY(first != second);
     }

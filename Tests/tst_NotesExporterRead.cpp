@@ -228,16 +228,24 @@ private slots:
         QCOMPARE(errorDescription(error), description);
     }
 
-    void scriptResult()
+    void runnerResult()
     {
-        QCOMPARE(NotesExporter::scriptResult(true, "a\u001Eb\n", "ignored"), u"a\u001Eb\n"_s);
-        QCOMPARE(NotesExporter::scriptResult(true, "\xFF", {}), QString());
-        const auto error = thrown<ExportError>([] { NotesExporter::scriptResult(false, "out", "\t err \n"); });
+        fixture->installScript("printf 'a\\036b\\n'; printf ignored >&2");
+        QCOMPARE(NotesExporter::run(u"script"_s, {}), u"a\u001Eb\n"_s);
+        fixture->installScript("printf '\\377'");
+        QCOMPARE(NotesExporter::run(u"script"_s, {}), QString());
+        fixture->installScript("printf out; printf '\\t err \\n' >&2; exit 1");
+        const auto error = thrown<ExportError>([] { NotesExporter::run(u"script"_s, {}); });
         QVERIFY(error);
         QCOMPARE(error->message(), u"err"_s);
+        fixture->installScript("kill -SEGV $$");
+        const auto crash = thrown<ExportError>([] { NotesExporter::run(u"script"_s, {}); });
+        QVERIFY(crash);
+        QCOMPARE(crash->message(), u"osascript ended with signal 11"_s);
     }
 
-    void scriptFileIsFreshAndInTheTemporaryDirectory()
+    // Each run's script lies in a private folder of its own in the temporary directory, gone with the run.
+    void scriptFileIsInAPrivateRunFolder()
     {
         fixture->installScript("printf '%s' \"$1\"");
         const QString first = NotesExporter::run(u"script"_s, {});
@@ -247,9 +255,10 @@ private slots:
         for (const QString &path : { first, second }) {
             const QFileInfo info(path);
             QVERIFY(info.isAbsolute());
-            QCOMPARE(info.absolutePath(), fixture->tempDir());
+            QCOMPARE(QFileInfo(info.absolutePath()).absolutePath(), fixture->tempDir());
+            QVERIFY(QFileInfo(info.absolutePath()).fileName().startsWith(u"velloran-run-"_s));
             QVERIFY2(form.contains(info.fileName()), qPrintable(path));
-            QVERIFY(!info.exists());
+            QVERIFY(!QFileInfo::exists(info.absolutePath()));
         }
         QVERIFY(first != second);
     }
