@@ -689,9 +689,13 @@ QString decodeNamedEntities(QStringView text)
     result.reserve(text.size());
     qsizetype copied = 0;
     for (qsizetype i = text.indexOf(u'&'); i >= 0; i = text.indexOf(u'&', i)) {
-        const QStringView rest = text.sliced(i);
-        const auto entity = std::find_if(std::cbegin(namedEntities), std::cend(namedEntities),
-            [&](const NamedEntity &row) { return rest.startsWith(row.name); });
+        // An entity runs from the "&" to the first ";", at most eight characters in all.
+        const QStringView head = text.sliced(i, std::min<qsizetype>(8, text.size() - i));
+        const qsizetype semicolon = head.indexOf(u';');
+        const QStringView candidate = head.first(semicolon + 1);
+        const auto entity = semicolon < 0 ? std::cend(namedEntities)
+                                          : std::find_if(std::cbegin(namedEntities), std::cend(namedEntities),
+                                              [&](const NamedEntity &row) { return row.name == candidate; });
         if (entity == std::cend(namedEntities)) {
             ++i;
             continue;
