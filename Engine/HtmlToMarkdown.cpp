@@ -485,7 +485,10 @@ namespace {
 
 /// Cuts the HTML into tokens and hands each to `sink` as soon as it is made, so that a caller that
 /// renders them as they come never holds the whole list.
-template<typename Sink> void forEachToken(const QString &html, Sink &&sink)
+///
+/// With `allAttributes` false, only the tags whose attributes the renderer reads ("a" and "img") have
+/// them parsed; every other open tag comes with none.
+template<typename Sink> void forEachToken(const QString &html, bool allAttributes, Sink &&sink)
 {
     if (html.isEmpty())
         return;
@@ -552,7 +555,8 @@ template<typename Sink> void forEachToken(const QString &html, Sink &&sink)
                 sink(Token::open(name, parseAttrs(inner)));
                 sink(Token::close(name));
             } else {
-                QMap<QString, QString> attributes = parseAttrs(inner);
+                QMap<QString, QString> attributes
+                    = allAttributes || name == u"a"_s ? parseAttrs(inner) : QMap<QString, QString>();
                 sink(Token::open(std::move(name), std::move(attributes)));
             }
         }
@@ -566,7 +570,7 @@ template<typename Sink> void forEachToken(const QString &html, Sink &&sink)
 QList<Token> tokenize(const QString &html)
 {
     QList<Token> tokens;
-    forEachToken(html, [&](Token &&token) { tokens.append(std::move(token)); });
+    forEachToken(html, true, [&](Token &&token) { tokens.append(std::move(token)); });
     return tokens;
 }
 
@@ -953,11 +957,18 @@ QString convert(const QString &html)
     static const Regex blankLines(u"\\n{3,}"_s);
     // Each token is rendered as soon as it is cut: the token list is never held whole.
     Renderer renderer(hasLoneSurrogate(html));
-    forEachToken(html, [&](Token &&token) { feed(renderer, token); });
+    forEachToken(html, false, [&](Token &&token) { feed(renderer, token); });
     QString markdown = renderer.finish();
     if (markdown.contains(u"\n\n\n"))
         markdown = blankLines.replaceAll(markdown, u"\n\n"_s);
-    return Text::trimWhitespaceAndNewlines(markdown).toString();
+    // Trimmed in place: the Markdown can be many times the size of the note.
+    const QStringView trimmed = Text::trimWhitespaceAndNewlines(markdown);
+    if (trimmed.size() == markdown.size())
+        return markdown;
+    const qsizetype leading = trimmed.data() - markdown.constData();
+    markdown.truncate(leading + trimmed.size());
+    markdown.remove(0, leading);
+    return markdown;
 }
 
 QString render(const QList<Token> &tokens)
