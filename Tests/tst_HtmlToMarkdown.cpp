@@ -1063,6 +1063,31 @@ private slots:
         }
     }
 
+    void anchorsUnwrapAsOnTheExactPath()
+    {
+        // Random notes full of anchors and brackets, rendered once as usual and once with a token that
+        // holds a lone surrogate (an ignored tag's attribute, which writes nothing): that one takes
+        // collapseEmptyLink on the whole output at every closing anchor. Both must give the same.
+        const QStringList pieces { u"<a>"_s, u"<a>"_s, u"</a>"_s, u"</a>"_s, u"<a href=\"h\">"_s, u"["_s, u"]"_s,
+            u"x"_s, u"&#x600;"_s, u"\u0301"_s, u"<b>"_s, u"</b>"_s, u"<br>"_s, u"<div>"_s, u"</div>"_s, u"<ul>"_s,
+            u"<li>"_s, u"</ul>"_s, u"<pre>"_s, u"</pre>"_s, u" "_s, u"\n"_s, u"<"_s, u"<img src=i alt=]>"_s,
+            u"e\u0301"_s, u"\U0001F600"_s, u"\r\n"_s, u"&lt;"_s, u"\\"_s, u"yz"_s };
+        const Token ignored = Token::open(u"span"_s, { { u"x"_s, QString(QChar(0xD800)) } });
+        quint32 state = 7;
+        for (int sample = 0; sample < 3000; ++sample) {
+            QString html;
+            const int length = 1 + sample % 80;
+            for (int k = 0; k < length; ++k) {
+                state = state * 1664525u + 1013904223u;
+                html += pieces[(state >> 8) % pieces.size()];
+            }
+            QList<Token> tokens = HtmlToMarkdown::tokenize(html);
+            const QString usual = render(tokens);
+            tokens.append(ignored);
+            QCOMPARE(usual, render(tokens));
+        }
+    }
+
     void sameOutputOnEveryRun()
     {
         const QString html = u"<div>&amp;lt;<a>x</a> <b>y</i></b> &#65;&amp;amp;<ul><li>z</ul>"_s
