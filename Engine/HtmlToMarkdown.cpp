@@ -5,10 +5,11 @@
 #include "Text.h"
 
 #include <QByteArrayView>
-#include <QHash>
 #include <QTextBoundaryFinder>
 
 #include <algorithm>
+#include <array>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -152,20 +153,68 @@ bool hasWhiteSpaceToCollapse(QStringView text)
     return false;
 }
 
+/// Lists nested deeper than this are indented as this level: each item of a list 20,000 levels deep
+/// would otherwise carry 80,000 spaces.
+constexpr qsizetype maxIndentedListDepth = 32;
+
 struct ListEntry
 {
-    QString type;
+    bool numbered = false;
     qint64 counter = 0;
 };
+
+bool isLoneSurrogate(QStringView text, qsizetype i)
+{
+    const char16_t c = text[i].unicode();
+    if (QChar::isHighSurrogate(c))
+        return i + 1 >= text.size() || !QChar::isLowSurrogate(text[i + 1].unicode());
+    if (QChar::isLowSurrogate(c))
+        return i == 0 || !QChar::isHighSurrogate(text[i - 1].unicode());
+    return false;
+}
+
+bool hasLoneSurrogate(QStringView text)
+{
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (QChar::isSurrogate(text[i].unicode()) && isLoneSurrogate(text, i))
+            return true;
+    }
+    return false;
+}
 
 /// The state of one render call.
 struct Renderer
 {
+    /// Whether the text holds lone surrogates: then anchors are unwrapped by collapseEmptyLink itself.
+    explicit Renderer(bool exactCollapse)
+        : exactCollapse(exactCollapse)
+    { }
+
     QString out;
     QList<ListEntry> lists;
-    QList<InlineMarker> inlines;
+    /// The inline markers that are open, counted by kind: closing one writes it when any is open, and
+    /// which of them goes makes no difference to the output.
+    std::array<qint64, 4> inlines {};
     QList<QString> links;
     qint64 preDepth = 0;
+    bool exactCollapse = false;
+    EmptyLinkCollapser collapser;
+
+    void openMarker(InlineMarker marker)
+    {
+        ++inlines[size_t(marker)];
+        out += markerText(marker);
+    }
+
+    void closeMarker(InlineMarker marker)
+    {
+        if (inlines[size_t(marker)] == 0)
+            return; // a stray closing tag writes nothing
+        --inlines[size_t(marker)];
+        out += markerText(marker);
+    }
+
+    QString finish() const { return collapser.finish(out); }
 
     void text(const QString &raw)
     {
@@ -204,8 +253,9 @@ struct Renderer
     void listItem()
     {
         ensureNewline(out);
-        const QString indentation = lists.isEmpty() ? QString() : u"    "_s.repeated(lists.size() - 1);
-        if (!lists.isEmpty() && lists.last().type == u"ol"_s) {
+        const qsizetype depth = std::min(lists.size(), maxIndentedListDepth);
+        const QString indentation = depth == 0 ? QString() : u"    "_s.repeated(depth - 1);
+        if (!lists.isEmpty() && lists.last().numbered) {
             ++lists.last().counter;
             out += indentation + QString::number(lists.last().counter) + u". "_s;
         } else {
@@ -226,13 +276,13 @@ struct Renderer
             // Deeper headings all fold to level 4.
             heading(u"#### ");
         } else if (name == u"b"_s || name == u"strong"_s) {
-            openInline(out, inlines, InlineMarker::strong);
+            openMarker(InlineMarker::strong);
         } else if (name == u"i"_s || name == u"em"_s) {
-            openInline(out, inlines, InlineMarker::emphasis);
+            openMarker(InlineMarker::emphasis);
         } else if (name == u"code"_s || name == u"tt"_s) {
-            openInline(out, inlines, InlineMarker::code);
+            openMarker(InlineMarker::code);
         } else if (name == u"s"_s || name == u"strike"_s || name == u"del"_s) {
-            openInline(out, inlines, InlineMarker::strikethrough);
+            openMarker(InlineMarker::strikethrough);
         } else if (name == u"u"_s) {
             // Markdown has no underline: it stays as raw HTML.
             out += u"<u>"_s;
@@ -248,7 +298,7 @@ struct Renderer
                 ensureNewline(out);
             else
                 ensureBlankLine(out);
-            lists.append({ name, 0 });
+            lists.append({ name == u"ol"_s, 0 });
         } else if (name == u"li"_s) {
             listItem();
         } else if (name == u"blockquote"_s) {
@@ -273,13 +323,13 @@ struct Renderer
         if (name.size() == 2 && name[0] == u'h' && name[1] >= u'1' && name[1] <= u'6') {
             ensureBlankLine(out);
         } else if (name == u"b"_s || name == u"strong"_s) {
-            closeInline(out, inlines, InlineMarker::strong);
+            closeMarker(InlineMarker::strong);
         } else if (name == u"i"_s || name == u"em"_s) {
-            closeInline(out, inlines, InlineMarker::emphasis);
+            closeMarker(InlineMarker::emphasis);
         } else if (name == u"code"_s || name == u"tt"_s) {
-            closeInline(out, inlines, InlineMarker::code);
+            closeMarker(InlineMarker::code);
         } else if (name == u"s"_s || name == u"strike"_s || name == u"del"_s) {
-            closeInline(out, inlines, InlineMarker::strikethrough);
+            closeMarker(InlineMarker::strikethrough);
         } else if (name == u"u"_s) {
             out += u"</u>"_s;
         } else if (name == u"pre"_s) {
@@ -294,7 +344,10 @@ struct Renderer
             if (target.isEmpty()) {
                 // An anchor without a target leaves its text unbracketed.
                 out += u']';
-                out = collapseEmptyLink(std::move(out));
+                if (exactCollapse)
+                    out = collapseEmptyLink(std::move(out));
+                else
+                    collapser.collapse(out);
             } else {
                 out += u"]("_s + target + u')';
             }
@@ -428,11 +481,17 @@ std::optional<qsizetype> indexOf(const Characters &chars, qsizetype start, QChar
 
 // MARK: Tokenizer
 
-QList<Token> tokenize(const QString &html)
+namespace {
+
+/// Cuts the HTML into tokens and hands each to `sink` as soon as it is made, so that a caller that
+/// renders them as they come never holds the whole list.
+///
+/// With `allAttributes` false, only the tags whose attributes the renderer reads ("a" and "img") have
+/// them parsed; every other open tag comes with none.
+template<typename Sink> void forEachToken(const QString &html, bool allAttributes, Sink &&sink)
 {
-    QList<Token> tokens;
     if (html.isEmpty())
-        return tokens;
+        return;
     const Characters chars(html);
     const qsizetype n = chars.size();
     qsizetype i = 0;
@@ -440,7 +499,18 @@ QList<Token> tokenize(const QString &html)
     qsizetype pending = 0;
     auto flushText = [&] {
         if (pending < i)
-            tokens.append(Token::text(chars.slice(pending, i).toString()));
+            sink(Token::text(chars.slice(pending, i).toString()));
+    };
+    // The first ">" at or after the last position looked from, `n` when there is none. Positions only
+    // grow, so a ">" found once serves every "<" before it, and once none follows a position, none
+    // follows any later one: each character is looked at once, however many "<" are unmatched.
+    qsizetype nextClose = -1;
+    auto findClose = [&](qsizetype from) -> std::optional<qsizetype> {
+        if (nextClose < from)
+            nextClose = indexOf(chars, from, u'>').value_or(n);
+        if (nextClose >= n)
+            return std::nullopt;
+        return nextClose;
     };
 
     while (i < n) {
@@ -453,21 +523,19 @@ QList<Token> tokenize(const QString &html)
             flushText();
             const std::optional<qsizetype> end = findSubstring(chars, i, u"-->");
             if (!end)
-                return tokens; // an unterminated comment drops the rest
+                return; // an unterminated comment drops the rest
             i = pending = *end + 3;
             continue;
         }
         if (i + 1 < n && chars.is(i + 1, u'!')) {
             flushText();
-            const std::optional<qsizetype> end = indexOf(chars, i, u'>');
+            const std::optional<qsizetype> end = findClose(i);
             if (!end)
-                return tokens; // an unterminated declaration drops the rest
+                return; // an unterminated declaration drops the rest
             i = pending = *end + 1;
             continue;
         }
-        // Looks ahead from every "<": many unmatched "<" cost quadratic time, accepted for note-sized
-        // input.
-        const std::optional<qsizetype> end = indexOf(chars, i, u'>');
+        const std::optional<qsizetype> end = findClose(i);
         if (!end) {
             ++i; // an unmatched "<" is text
             continue;
@@ -475,25 +543,34 @@ QList<Token> tokenize(const QString &html)
         flushText();
         const QStringView inner = Text::trimWhitespaceAndNewlines(chars.slice(i + 1, *end));
         if (startsWithCharacter(inner, u'/')) {
-            tokens.append(Token::close(tagName(inner.sliced(1))));
+            sink(Token::close(tagName(inner.sliced(1))));
         } else if (endsWithCharacters(inner, u"/")) {
-            tokens.append(Token::selfClosing(tagName(inner.chopped(1))));
+            sink(Token::selfClosing(tagName(inner.chopped(1))));
         } else {
             QString name = tagName(inner);
             if (name == u"br"_s || name == u"hr"_s) {
-                tokens.append(Token::selfClosing(std::move(name)));
+                sink(Token::selfClosing(std::move(name)));
             } else if (name == u"img"_s) {
                 // An image never stays open.
-                tokens.append(Token::open(name, parseAttrs(inner)));
-                tokens.append(Token::close(name));
+                sink(Token::open(name, parseAttrs(inner)));
+                sink(Token::close(name));
             } else {
-                QMap<QString, QString> attributes = parseAttrs(inner);
-                tokens.append(Token::open(std::move(name), std::move(attributes)));
+                QMap<QString, QString> attributes
+                    = allAttributes || name == u"a"_s ? parseAttrs(inner) : QMap<QString, QString>();
+                sink(Token::open(std::move(name), std::move(attributes)));
             }
         }
         i = pending = *end + 1;
     }
     flushText();
+}
+
+} // namespace
+
+QList<Token> tokenize(const QString &html)
+{
+    QList<Token> tokens;
+    forEachToken(html, true, [&](Token &&token) { tokens.append(std::move(token)); });
     return tokens;
 }
 
@@ -510,7 +587,7 @@ QMap<QString, QString> parseAttrs(QStringView inner)
     if (nameEnd < 0)
         return {};
     AttributeScan scan(inner.sliced(nameEnd + 1));
-    // No guard: a "/" where a name would begin keeps this loop where it is (see AttributeScan).
+    // Every round moves the scan forward by at least one character (see AttributeScan).
     while (!scan.atEnd())
         scan.step();
     return scan.attributes();
@@ -526,6 +603,7 @@ void AttributeScan::step()
     const Characters &c = m_chars;
     const qsizetype n = c.size();
     qsizetype &p = m_position;
+    const qsizetype roundStart = p;
     auto isSpaceOrTab = [&](qsizetype k) { return c.is(k, u' ') || c.is(k, u'\t'); };
 
     while (p < n && (isSpaceOrTab(p) || c.is(p, u'\n')))
@@ -557,6 +635,12 @@ void AttributeScan::step()
         }
     }
 
+    if (p == roundStart) {
+        // Nothing was read: the scan stands on a "/" where a name would begin. Step over it, so that
+        // every round moves on and the scan ends.
+        ++p;
+        return;
+    }
     if (name.isEmpty())
         return;
     const QString stored = value.contains(u'&') ? decodeEntities(value.toString()) : value.toString();
@@ -565,40 +649,131 @@ void AttributeScan::step()
 
 // MARK: Entities
 
+namespace {
+
+struct NamedEntity
+{
+    QStringView name;
+    QStringView replacement;
+};
+
+/// The named entities, in the order they are applied: "&amp;" comes last, so that a nested form such as
+/// "&amp;lt;" decodes once, to "&lt;".
+constexpr NamedEntity namedEntities[] = {
+    { u"&lt;", u"<" },
+    { u"&gt;", u">" },
+    { u"&quot;", u"\"" },
+    { u"&apos;", u"'" },
+    { u"&#39;", u"'" },
+    { u"&nbsp;", u" " },
+    { u"&hellip;", u"\u2026" },
+    { u"&mdash;", u"\u2014" },
+    { u"&ndash;", u"\u2013" },
+    { u"&copy;", u"\u00A9" },
+    { u"&reg;", u"\u00AE" },
+    { u"&trade;", u"\u2122" },
+    { u"&rsquo;", u"\u2019" },
+    { u"&lsquo;", u"\u2018" },
+    { u"&rdquo;", u"\u201D" },
+    { u"&ldquo;", u"\u201C" },
+    { u"&middot;", u"\u00B7" },
+    { u"&amp;", u"&" },
+};
+
+/// The named entities of the table decoded in one pass from left to right.
+///
+/// Each entity is "&", a name without "&" or ";", and ";", so two occurrences never overlap, and no
+/// replacement holds "&", ";" or a letter of a name: replacing the rows one after another over the whole
+/// text, in the order of the table, decodes exactly the occurrences that stand in the original text, each
+/// once. This pass does the same without scanning any output again: "&amp;lt;" gives "&lt;",
+/// "&amp;amp;" gives "&amp;", and "&&lt;" gives "&<".
+QString decodeNamedEntities(QStringView text)
+{
+    QString result;
+    result.reserve(text.size());
+    qsizetype copied = 0;
+    for (qsizetype i = text.indexOf(u'&'); i >= 0; i = text.indexOf(u'&', i)) {
+        // An entity runs from the "&" to the first ";", at most eight characters in all.
+        const QStringView head = text.sliced(i, std::min<qsizetype>(8, text.size() - i));
+        const qsizetype semicolon = head.indexOf(u';');
+        const QStringView candidate = head.first(semicolon + 1);
+        const auto entity = semicolon < 0 ? std::cend(namedEntities)
+                                          : std::find_if(std::cbegin(namedEntities), std::cend(namedEntities),
+                                              [&](const NamedEntity &row) { return row.name == candidate; });
+        if (entity == std::cend(namedEntities)) {
+            ++i;
+            continue;
+        }
+        result += text.sliced(copied, i - copied);
+        result += entity->replacement;
+        i += entity->name.size();
+        copied = i;
+    }
+    if (copied == 0)
+        return text.toString();
+    result += text.sliced(copied);
+    return result;
+}
+
+bool isHexDigit(QChar c)
+{
+    const char16_t u = c.unicode();
+    return (u >= u'0' && u <= u'9') || (u >= u'a' && u <= u'f') || (u >= u'A' && u <= u'F');
+}
+
+bool isDecimalDigit(QChar c)
+{
+    return c.unicode() >= u'0' && c.unicode() <= u'9';
+}
+
+/// Replaces each "&#" + `prefix` + digits + ";" whose digits name a Unicode scalar value, in one pass
+/// from left to right over `text`, the way a search for the pattern "&#x([0-9A-Fa-f]+);" (or
+/// "&#([0-9]+);") replaces its matches: a replacement is never searched again, and a reference that
+/// stays as written is stepped over as a whole.
+QString decodeNumericReferences(const QString &text, QStringView prefix, bool (*isDigit)(QChar), char32_t base)
+{
+    const QString opening = u"&#"_s + prefix.toString();
+    QString result;
+    qsizetype copied = 0;
+    qsizetype i = text.indexOf(opening);
+    while (i >= 0) {
+        const qsizetype digitsStart = i + opening.size();
+        qsizetype digitsEnd = digitsStart;
+        while (digitsEnd < text.size() && isDigit(text[digitsEnd]))
+            ++digitsEnd;
+        if (digitsEnd == digitsStart || digitsEnd == text.size() || text[digitsEnd] != u';') {
+            // No match starts here; the next one can start no earlier than the next "&".
+            i = text.indexOf(opening, i + 1);
+            continue;
+        }
+        const qsizetype matchEnd = digitsEnd + 1;
+        if (const std::optional<QString> scalar
+            = scalarFromDigits(QStringView(text).sliced(digitsStart, digitsEnd - digitsStart), base)) {
+            if (result.isNull())
+                result.reserve(text.size());
+            result += QStringView(text).sliced(copied, i - copied);
+            result += *scalar;
+            copied = matchEnd;
+        }
+        i = text.indexOf(opening, matchEnd);
+    }
+    if (copied == 0)
+        return text;
+    result += QStringView(text).sliced(copied);
+    return result;
+}
+
+} // namespace
+
 QString decodeEntities(const QString &text)
 {
     if (!text.contains(u'&'))
         return text;
-    // Held in a hash, built afresh on each call: the rows are applied in no fixed order.
-    const QHash<QString, QString> entities {
-        { u"&amp;"_s, u"&"_s },
-        { u"&lt;"_s, u"<"_s },
-        { u"&gt;"_s, u">"_s },
-        { u"&quot;"_s, u"\""_s },
-        { u"&apos;"_s, u"'"_s },
-        { u"&#39;"_s, u"'"_s },
-        { u"&nbsp;"_s, u" "_s },
-        { u"&hellip;"_s, u"\u2026"_s },
-        { u"&mdash;"_s, u"\u2014"_s },
-        { u"&ndash;"_s, u"\u2013"_s },
-        { u"&copy;"_s, u"\u00A9"_s },
-        { u"&reg;"_s, u"\u00AE"_s },
-        { u"&trade;"_s, u"\u2122"_s },
-        { u"&rsquo;"_s, u"\u2019"_s },
-        { u"&lsquo;"_s, u"\u2018"_s },
-        { u"&rdquo;"_s, u"\u201D"_s },
-        { u"&ldquo;"_s, u"\u201C"_s },
-        { u"&middot;"_s, u"\u00B7"_s },
-    };
-    QString result = text;
-    for (auto it = entities.cbegin(); it != entities.cend(); ++it)
-        result.replace(it.key(), it.value());
+    QString result = decodeNamedEntities(text);
     if (!result.contains(u"&#"))
         return result; // no numeric reference can match
-    result = replaceRegex(
-        result, u"&#x([0-9A-Fa-f]+);"_s, [](QStringView digits) { return scalarFromDigits(digits, 16); });
-    result = replaceRegex(result, u"&#([0-9]+);"_s, [](QStringView digits) { return scalarFromDigits(digits, 10); });
-    return result;
+    result = decodeNumericReferences(result, u"x", isHexDigit, 16);
+    return decodeNumericReferences(result, {}, isDecimalDigit, 10);
 }
 
 QString replaceRegex(const QString &text, const QString &pattern,
@@ -608,49 +783,200 @@ QString replaceRegex(const QString &text, const QString &pattern,
     if (!regex.isValid())
         return text;
     const QList<Regex::Match> matches = regex.matches(text);
-    QString result = text;
-    // From the last match to the first, so that the earlier ranges stay valid.
-    for (auto it = matches.crbegin(); it != matches.crend(); ++it) {
-        if (!it->hasGroup(1))
+    // Assembled from the first match to the last in one pass: replacing each match in place would move
+    // the rest of the text every time.
+    QString result;
+    qsizetype copied = 0;
+    bool replaced = false;
+    for (const Regex::Match &match : matches) {
+        if (!match.hasGroup(1))
             continue;
-        const std::optional<QString> replacement = transform(it->group(text, 1));
-        if (replacement)
-            result.replace(it->start, it->end - it->start, *replacement);
+        const std::optional<QString> replacement = transform(match.group(text, 1));
+        if (!replacement)
+            continue;
+        if (!replaced)
+            result.reserve(text.size());
+        replaced = true;
+        result += QStringView(text).sliced(copied, match.start - copied);
+        result += *replacement;
+        copied = match.end;
     }
+    if (!replaced)
+        return text;
+    result += QStringView(text).sliced(copied);
     return result;
+}
+
+// MARK: Unwrapping anchors without a target
+
+namespace {
+
+/// The line helpers read the last four code units at most.
+constexpr qsizetype settledEnd = 8;
+
+} // namespace
+
+void EmptyLinkCollapser::collapse(QString &out)
+{
+    const qsizetype size = out.size();
+    scan(out, size - 1);
+    qsizetype close = -1;
+    if (isWholeCharacter(out, size - 1))
+        close = size - 1;
+    else if (!m_closes.isEmpty())
+        close = m_closes.last();
+    else
+        return;
+    const auto after = std::lower_bound(m_opens.cbegin(), m_opens.cend(), close);
+    if (after == m_opens.cbegin())
+        return; // no "[" before the "]": unchanged
+    const qsizetype openIndex = after - 1 - m_opens.cbegin();
+    const qsizetype open = m_opens[openIndex];
+
+    out.truncate(close);
+    m_opens.resize(openIndex);
+    dropFrom(close);
+    if (qsizetype(m_removed.size()) <= open)
+        m_removed.resize(open + 1);
+    m_removed[open] = true;
+    ++m_removedCount;
+    settleEnd(out);
+    // The last character has lost the one that followed it: whether it is whole waits for the next one.
+    forgetFrom(std::max<qsizetype>(0, out.size() - 1));
+}
+
+QString EmptyLinkCollapser::finish(const QString &out) const
+{
+    if (m_removedCount == 0)
+        return out;
+    QString result;
+    result.reserve(out.size());
+    qsizetype copied = 0;
+    for (qsizetype p = 0; p < qsizetype(m_removed.size()); ++p) {
+        if (m_removed[p]) {
+            result += QStringView(out).sliced(copied, p - copied);
+            copied = p + 1;
+        }
+    }
+    result += QStringView(out).sliced(copied);
+    return result;
+}
+
+bool EmptyLinkCollapser::isRemoved(qsizetype position) const
+{
+    return position < qsizetype(m_removed.size()) && m_removed[position];
+}
+
+void EmptyLinkCollapser::scan(const QString &out, qsizetype limit)
+{
+    // Whether a bracket is a whole character depends only on its neighbours, so each waits for the
+    // character after it.
+    for (qsizetype p = m_scanned; p < limit; ++p) {
+        const char16_t c = out[p].unicode();
+        if ((c == u'[' || c == u']') && !isRemoved(p) && isWholeCharacter(out, p))
+            (c == u'[' ? m_opens : m_closes).append(p);
+    }
+    m_scanned = std::max(m_scanned, limit);
+}
+
+void EmptyLinkCollapser::forgetFrom(qsizetype position)
+{
+    while (!m_opens.isEmpty() && m_opens.last() >= position)
+        m_opens.removeLast();
+    while (!m_closes.isEmpty() && m_closes.last() >= position)
+        m_closes.removeLast();
+    m_scanned = std::min(m_scanned, position);
+}
+
+void EmptyLinkCollapser::dropFrom(qsizetype position)
+{
+    forgetFrom(position);
+    for (qsizetype p = position; p < qsizetype(m_removed.size()); ++p) {
+        if (m_removed[p])
+            --m_removedCount;
+    }
+    if (qsizetype(m_removed.size()) > position)
+        m_removed.resize(position);
+}
+
+void EmptyLinkCollapser::settleEnd(QString &out)
+{
+    // Taking characters out of the end brings earlier ones into it: repeat until it is clear. Each round
+    // takes out at least one marked character, and looks at no more than `settledEnd` code units.
+    for (;;) {
+        qsizetype first = std::max<qsizetype>(0, out.size() - settledEnd);
+        while (first < out.size() && !isRemoved(first))
+            ++first;
+        if (first >= out.size())
+            return;
+        QString tail;
+        for (qsizetype p = first; p < out.size(); ++p) {
+            if (!isRemoved(p))
+                tail += out[p];
+        }
+        dropFrom(first);
+        out.truncate(first);
+        out += tail;
+    }
 }
 
 // MARK: Renderer
 
+namespace {
+
+void feed(Renderer &renderer, const Token &token)
+{
+    switch (token.kind) {
+    case Token::Kind::text:
+        renderer.text(token.value);
+        break;
+    case Token::Kind::open:
+        renderer.open(token);
+        break;
+    case Token::Kind::close:
+        renderer.close(token);
+        break;
+    case Token::Kind::selfClosing:
+        renderer.selfClosing(token);
+        break;
+    }
+}
+
+bool tokenHasLoneSurrogate(const Token &token)
+{
+    if (hasLoneSurrogate(token.value))
+        return true;
+    return std::any_of(token.attributes.cbegin(), token.attributes.cend(),
+        [](const QString &value) { return hasLoneSurrogate(value); });
+}
+
+} // namespace
+
 QString convert(const QString &html)
 {
     static const Regex blankLines(u"\\n{3,}"_s);
-    QString markdown = render(tokenize(html));
+    // Each token is rendered as soon as it is cut: the token list is never held whole.
+    Renderer renderer(hasLoneSurrogate(html));
+    forEachToken(html, false, [&](Token &&token) { feed(renderer, token); });
+    QString markdown = renderer.finish();
     if (markdown.contains(u"\n\n\n"))
         markdown = blankLines.replaceAll(markdown, u"\n\n"_s);
-    return Text::trimWhitespaceAndNewlines(markdown).toString();
+    // Trimmed in place: the Markdown can be many times the size of the note.
+    const QStringView trimmed = Text::trimWhitespaceAndNewlines(markdown);
+    if (trimmed.size() == markdown.size())
+        return markdown;
+    const qsizetype leading = trimmed.data() - markdown.constData();
+    markdown.truncate(leading + trimmed.size());
+    markdown.remove(0, leading);
+    return markdown;
 }
 
 QString render(const QList<Token> &tokens)
 {
-    Renderer renderer;
-    for (const Token &token : tokens) {
-        switch (token.kind) {
-        case Token::Kind::text:
-            renderer.text(token.value);
-            break;
-        case Token::Kind::open:
-            renderer.open(token);
-            break;
-        case Token::Kind::close:
-            renderer.close(token);
-            break;
-        case Token::Kind::selfClosing:
-            renderer.selfClosing(token);
-            break;
-        }
-    }
-    return renderer.out;
+    Renderer renderer(std::any_of(tokens.cbegin(), tokens.cend(), tokenHasLoneSurrogate));
+    for (const Token &token : tokens)
+        feed(renderer, token);
+    return renderer.finish();
 }
 
 void ensureNewline(QString &out)
@@ -689,8 +1015,8 @@ void openInline(QString &out, QList<InlineMarker> &stack, InlineMarker marker)
 
 void closeInline(QString &out, QList<InlineMarker> &stack, InlineMarker marker)
 {
-    // A linear search from the top: a long run of stray closing tags over many open markers costs
-    // quadratic time. The markers are one byte each, so the search runs as a byte search.
+    // A search from the top; the renderer counts open markers instead. The markers are one byte each, so
+    // the search runs as a byte search.
     static_assert(sizeof(InlineMarker) == 1);
     const QByteArrayView bytes(reinterpret_cast<const char *>(stack.constData()), stack.size());
     const qsizetype last = bytes.lastIndexOf(char(marker));
