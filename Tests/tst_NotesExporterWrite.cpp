@@ -12,11 +12,18 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <cerrno>
 #include <cstring>
+#include <functional>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -83,6 +90,105 @@ struct Workspace
 const QFile::Permissions readOnlyFolder
     = QFile::ReadOwner | QFile::ExeOwner | QFile::ReadGroup | QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther;
 const QFile::Permissions openFolder = readOnlyFolder | QFile::WriteOwner | QFile::WriteGroup | QFile::WriteOther;
+
+/// The pages of the small file system that the full-disk tests fill.
+constexpr int smallFileSystemPages = 16;
+
+/// Runs `body` in a child process that mounts a tmpfs of smallFileSystemPages pages at `mountPoint`, in a
+/// mount namespace of its own (so that nothing outside the test sees it), and gives back what `body`
+/// returns plus "files": every file left on the tmpfs (hidden ones included) with its contents in base64.
+/// When no tmpfs can be mounted here, gives only "skip": why not.
+QJsonObject inSmallFileSystem(const QString &mountPoint, const std::function<QJsonObject()> &body)
+{
+    int channel[2];
+    if (::pipe(channel) != 0)
+        return { { u"skip"_s, u"no pipe: "_s + systemText(errno) } };
+    const pid_t child = ::fork();
+    if (child < 0)
+        return { { u"skip"_s, u"no child process: "_s + systemText(errno) } };
+    if (child == 0) {
+        ::close(channel[0]);
+        const auto report = [&](const QJsonObject &outcome) {
+            const QByteArray bytes = QJsonDocument(outcome).toJson(QJsonDocument::Compact);
+            for (qsizetype done = 0; done < bytes.size();) {
+                const ssize_t count = ::write(channel[1], bytes.constData() + done, size_t(bytes.size() - done));
+                if (count <= 0)
+                    break;
+                done += count;
+            }
+            ::_exit(0);
+        };
+        const auto skip = [&](const QString &what) { report({ { u"skip"_s, what + u": "_s + systemText(errno) } }); };
+        if (::unshare(CLONE_NEWNS) != 0) {
+            // Not privileged: a user namespace of our own gives the right to mount a tmpfs.
+            const QByteArray uid = QByteArray::number(::getuid());
+            const QByteArray gid = QByteArray::number(::getgid());
+            if (::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
+                skip(u"no mount namespace (unshare)"_s);
+            writeBytes(u"/proc/self/setgroups"_s, "deny");
+            writeBytes(u"/proc/self/uid_map"_s, "0 " + uid + " 1\n");
+            writeBytes(u"/proc/self/gid_map"_s, "0 " + gid + " 1\n");
+        }
+        if (::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
+            skip(u"cannot make the mounts private"_s);
+        const QByteArray size = "size=" + QByteArray::number(qint64(smallFileSystemPages) * ::sysconf(_SC_PAGESIZE));
+        if (::mount("tmpfs", QFile::encodeName(mountPoint).constData(), "tmpfs", MS_NOSUID | MS_NODEV, size.constData())
+            != 0)
+            skip(u"cannot mount a tmpfs"_s);
+        QJsonObject outcome = body();
+        QJsonObject files;
+        QDirIterator it(mountPoint, QDir::Files | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
+        while (it.hasNext()) {
+            const QString path = it.next();
+            files.insert(QDir(mountPoint).relativeFilePath(path), QString::fromLatin1(readAll(path).toBase64()));
+        }
+        outcome.insert(u"files"_s, files);
+        report(outcome);
+    }
+    ::close(channel[1]);
+    QByteArray bytes;
+    char buffer[4096];
+    for (;;) {
+        const ssize_t count = ::read(channel[0], buffer, sizeof buffer);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            break;
+        bytes.append(buffer, count);
+    }
+    ::close(channel[0]);
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
+        return { { u"crashed"_s, status } };
+    return QJsonDocument::fromJson(bytes).object();
+}
+
+QJsonArray failuresJson(const Failures &failures)
+{
+    QJsonArray array;
+    for (const auto &[name, reason] : failures)
+        array.append(QJsonArray { name, reason });
+    return array;
+}
+
+/// Notes for the small file system: seven of a little over two and a half pages each (three pages on the
+/// disk), then a small one. Five big ones fill fifteen of the sixteen pages; the sixth and the seventh
+/// get one page and fail; the small one still fits in that page.
+QList<NoteRecord> notesForASmallDisk()
+{
+    QList<NoteRecord> notes;
+    const long page = ::sysconf(_SC_PAGESIZE);
+    for (int i = 1; i <= 7; ++i)
+        notes.append({ u"F"_s, u"Big %1"_s.arg(i), u"<div>"_s + QString(2 * page + page / 2, u'x') + u"</div>"_s });
+    notes.append({ u"F"_s, u"Small"_s, u"<div>small</div>"_s });
+    return notes;
+}
+
+QByteArray contentOf(const NoteRecord &note)
+{
+    return NotesExporter::fileContent(note.name, HtmlToMarkdown::convert(note.html)).toUtf8();
+}
 
 } // namespace
 
@@ -610,6 +716,58 @@ private slots:
         QCOMPARE(result.folders, QSet<QString> { u"F-G"_s });
         QCOMPARE(tree(space.path()), (QStringList { u"F-G/"_s, u"F-G/a-b-c-d-e f.md"_s }));
         QCOMPARE(readAll(space.path(u"F-G/a-b-c-d-e f.md"_s)), (u"# "_s + title + u"\n\nx\n"_s).toUtf8());
+    }
+
+    void fullDiskFailsTheNotesThatDoNotFit_data()
+    {
+        QTest::addColumn<bool>("wholeExport");
+        QTest::addRow("export, hard links") << true;
+        QTest::addRow("new files created in place") << false;
+    }
+    void fullDiskFailsTheNotesThatDoNotFit()
+    {
+        QFETCH(bool, wholeExport);
+        Workspace space;
+        QVERIFY(QDir().mkpath(space.path(u"disk"_s)));
+        const QString mount = space.path(u"disk"_s);
+        const QList<NoteRecord> notes = notesForASmallDisk();
+        const QJsonObject outcome = inSmallFileSystem(mount, [&] {
+            if (wholeExport) {
+                const Result result = NotesExporter::exportNotes(notes, QUrl::fromLocalFile(mount));
+                return QJsonObject { { u"written"_s, result.written }, { u"failed"_s, failuresJson(result.failed) } };
+            }
+            QDir().mkpath(mount + u"/F"_s);
+            NotesExporter::RunNames names;
+            qint64 written = 0;
+            Failures failed;
+            for (const NoteRecord &note : notes) {
+                NotesExporter::ClaimMethod method = NotesExporter::ClaimMethod::exclusiveCreate;
+                const NotesExporter::NewFile file
+                    = NotesExporter::writeNewFile(mount + u"/F"_s, note.name, contentOf(note), names, method);
+                if (file.error.isEmpty())
+                    ++written;
+                else
+                    failed.append({ note.name, file.error });
+            }
+            return QJsonObject { { u"written"_s, written }, { u"failed"_s, failuresJson(failed) } };
+        });
+        if (outcome.contains(u"skip"_s))
+            QSKIP(qPrintable(u"no small file system to fill: "_s + outcome[u"skip"_s].toString()));
+        QVERIFY2(!outcome.contains(u"crashed"_s), "the child process did not end normally");
+
+        QCOMPARE(outcome[u"written"_s].toInteger(), 6);
+        const QString full = systemText(ENOSPC);
+        QCOMPARE(full, u"No space left on device"_s);
+        QCOMPARE(outcome[u"failed"_s].toArray(),
+            (QJsonArray { QJsonArray { u"Big 6"_s, full }, QJsonArray { u"Big 7"_s, full } }));
+        // Only whole files: no empty or partial file, no temporary file.
+        QJsonObject expected;
+        for (const NoteRecord &note : notes) {
+            if (note.name != u"Big 6"_s && note.name != u"Big 7"_s)
+                expected.insert(u"F/"_s + note.name + u".md"_s, QString::fromLatin1(contentOf(note).toBase64()));
+        }
+        QCOMPARE(outcome[u"files"_s].toObject().keys(), expected.keys());
+        QCOMPARE(outcome[u"files"_s].toObject(), expected);
     }
 
     void sameNamesInOneFolder()
