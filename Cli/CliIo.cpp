@@ -1,7 +1,10 @@
 #include "CliIo.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
 
 #include <cstdio>
 #include <unistd.h>
@@ -28,6 +31,32 @@ void err(const QString &text)
     std::fflush(stderr);
 }
 
+namespace {
+bool jsonMode = false;
+}
+
+void setJsonFailures(bool json)
+{
+    jsonMode = json;
+}
+
+bool jsonFailures()
+{
+    return jsonMode;
+}
+
+void fail(const QString &message, const QString &line)
+{
+    err(line + u'\n');
+    if (jsonMode)
+        out(QJsonDocument(QJsonObject { { u"error"_s, message } }).toJson(QJsonDocument::Compact) + '\n');
+}
+
+void fail(const QString &message)
+{
+    fail(message, u"velloran-cli: "_s + message);
+}
+
 bool stderrIsTerminal()
 {
     return ::isatty(STDERR_FILENO) == 1;
@@ -35,25 +64,31 @@ bool stderrIsTerminal()
 
 std::optional<QByteArray> readInput(const QString &file)
 {
+    const QString name = file.isEmpty() ? u"-"_s : file;
     QFile input;
     bool opened = false;
     if (file.isEmpty() || file == u"-"_s) {
         opened = input.open(stdin, QIODevice::ReadOnly);
     } else {
         input.setFileName(file);
-        if (QFileInfo(file).isDir()) {
-            err(u"velloran-cli: %1: is a folder, not a file\n"_s.arg(file));
+        const QFileInfo info(file);
+        if (!info.exists() && !info.isSymLink()) {
+            fail(u"%1: no such file"_s.arg(file));
+            return std::nullopt;
+        }
+        if (info.isDir()) {
+            fail(u"%1: is a folder, not a file"_s.arg(file));
             return std::nullopt;
         }
         opened = input.open(QIODevice::ReadOnly);
     }
     if (!opened) {
-        err(u"velloran-cli: %1: %2\n"_s.arg(file.isEmpty() ? u"-"_s : file, input.errorString()));
+        fail(u"%1: %2"_s.arg(name, input.errorString()));
         return std::nullopt;
     }
     QByteArray bytes = input.readAll();
     if (input.error() != QFileDevice::NoError) {
-        err(u"velloran-cli: %1: %2\n"_s.arg(file.isEmpty() ? u"-"_s : file, input.errorString()));
+        fail(u"%1: %2"_s.arg(name, input.errorString()));
         return std::nullopt;
     }
     return bytes;
@@ -71,7 +106,28 @@ bool checkFolder(const QString &path)
         reason = u"permission denied"_s;
     if (reason.isEmpty())
         return true;
-    err(u"velloran-cli: %1: %2\n"_s.arg(path, reason));
+    fail(u"%1: %2"_s.arg(path, reason));
+    return false;
+}
+
+bool checkDestination(const QString &path)
+{
+    const QFileInfo info(path);
+    if (info.exists()) {
+        if (info.isDir())
+            return true;
+        fail(u"%1: not a folder"_s.arg(path));
+        return false;
+    }
+    // The destination itself is made, but not the folders above it: a mistyped parent folder is an error,
+    // not a new tree of folders.
+    const QString parent = QFileInfo(QDir::cleanPath(info.absoluteFilePath())).path();
+    const QFileInfo parentInfo(parent);
+    if (parentInfo.isDir())
+        return true;
+    const QString shown = QFileInfo(QDir::cleanPath(path)).path();
+    fail(u"%1: %2"_s.arg(
+        shown == u"."_s ? parent : shown, parentInfo.exists() ? u"not a folder"_s : u"no such folder"_s));
     return false;
 }
 

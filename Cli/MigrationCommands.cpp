@@ -129,7 +129,7 @@ int render(const std::string &fileArgument, bool stripFrontmatter, bool json)
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
     QString markdown = decoder.decode(*bytes);
     if (decoder.hasError()) {
-        CliIo::err(u"velloran-cli: %1: not valid UTF-8\n"_s.arg(file.isEmpty() ? u"-"_s : file));
+        CliIo::fail(u"%1: not valid UTF-8"_s.arg(file.isEmpty() ? u"-"_s : file));
         return 1;
     }
     if (stripFrontmatter)
@@ -154,7 +154,8 @@ void addMigrationCommands(CLI::App &app, int &exitCode)
     auto analyzePath = std::make_shared<std::string>();
     auto analyzeJson = std::make_shared<bool>(false);
     analyzeCommand->add_option("PATH", *analyzePath, "The folder (vault) to scan")->required();
-    analyzeCommand->add_flag("--json", *analyzeJson, "Print the whole analysis as JSON");
+    analyzeCommand->add_flag(
+        "--json", *analyzeJson, "Print the whole analysis as JSON (a failure as {\"error\": MESSAGE})");
     analyzeCommand->callback([=, &exitCode] { exitCode = analyze(*analyzePath, *analyzeJson); });
 
     auto *renderCommand = app.add_subcommand("render", "Render Markdown as an Apple Notes body (HTML).");
@@ -163,6 +164,7 @@ void addMigrationCommands(CLI::App &app, int &exitCode)
     auto renderJson = std::make_shared<bool>(false);
     renderCommand->add_option("FILE", *renderFile, "The Markdown file; standard input when absent or \"-\"");
     renderCommand->add_flag("--strip-frontmatter", *renderStrip, "Remove a leading YAML frontmatter block first");
-    renderCommand->add_flag("--json", *renderJson, "Print {\"html\": ..., \"images\": [...]} instead");
+    renderCommand->add_flag(
+        "--json", *renderJson, "Print {\"html\": ..., \"images\": [...]} instead (a failure as {\"error\": MESSAGE})");
     renderCommand->callback([=, &exitCode] { exitCode = render(*renderFile, *renderStrip, *renderJson); });
 }

@@ -22,7 +22,7 @@ int listFolders(bool json)
         folders = NotesExporter::listFolders();
     } catch (const std::exception &error) {
         // The same text that the application shows, so a refused Automation permission says where to grant it.
-        CliIo::err(errorDescription(error) + u'\n');
+        CliIo::fail(errorDescription(error), errorDescription(error));
         return 1;
     }
     if (json) {
@@ -41,6 +41,6 @@ void addNotesCommands(CLI::App &app, int &exitCode)
     auto json = std::make_shared<bool>(false);
     CLI::App *folders = app.add_subcommand(
         "folders", "List the Apple Notes folders, sorted as the export screen shows them, one per line.");
-    folders->add_flag("--json", *json, "Print them as one JSON array instead");
+    folders->add_flag("--json", *json, "Print them as one JSON array instead (a failure as {\"error\": MESSAGE})");
     folders->callback([json, &exitCode] { exitCode = listFolders(*json); });
 }

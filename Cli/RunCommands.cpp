@@ -312,13 +312,13 @@ QCoro::Task<> exportFolders(Exporter &exporter, QStringList folders, QString des
 int migrateCommand(const QString &path, bool json)
 {
     if (!CliIo::checkFolder(path))
-        return 2;
+        return 1;
     const QString vaultPath = QFileInfo(path).absoluteFilePath();
     Interrupt interrupt;
     Migrator migrator;
     runOnEventLoop(migrateVault(migrator, vaultPath, interrupt));
     if (!migrator.report()) {
-        CliIo::err(tr("Interrupted before the migration began.") + u'\n');
+        CliIo::fail(tr("Interrupted before the migration began."), tr("Interrupted before the migration began."));
         return interruptedStatus;
     }
     const Migrator::Report &report = *migrator.report();
@@ -330,6 +330,8 @@ int migrateCommand(const QString &path, bool json)
 
 int exportCommand(const QString &destinationArgument, const QStringList &folders, bool json)
 {
+    if (!CliIo::checkDestination(destinationArgument))
+        return 1;
     const QString destination = QFileInfo(destinationArgument).absoluteFilePath();
     Interrupt interrupt;
     Exporter exporter;
@@ -459,16 +461,15 @@ QCoro::Task<> roundTrip(Migrator &migrator, Exporter &exporter, QString vaultPat
 int roundTripCommand(const QString &path, bool json)
 {
     if (!CliIo::checkFolder(path))
-        return 2;
+        return 1;
     if (qEnvironmentVariableIsEmpty("VELLORAN_OSASCRIPT")) {
-        CliIo::err(u"velloran-cli: round-trip runs only against the Notes stand-in: set VELLORAN_OSASCRIPT to "
-                   "fake-osascript\n"_s);
+        CliIo::fail(u"round-trip runs only against the Notes stand-in: set VELLORAN_OSASCRIPT to fake-osascript"_s);
         return 2;
     }
     const QString vaultPath = QFileInfo(path).absoluteFilePath();
     QTemporaryDir work(QDir(QDir::tempPath()).filePath(u"round-trip-XXXXXX"_s));
     if (!work.isValid()) {
-        CliIo::err(u"velloran-cli: cannot make a working folder: %1\n"_s.arg(work.errorString()));
+        CliIo::fail(u"cannot make a working folder: %1"_s.arg(work.errorString()));
         return 1;
     }
     // A fresh library for this run only: the user's own stand-in library is not touched.
@@ -543,9 +544,10 @@ void addRunCommands(CLI::App &app, int &exitCode)
     auto migrateJson = std::make_shared<bool>(false);
     CLI::App *migrate = app.add_subcommand("migrate",
         "Scan a folder of Markdown files and migrate it into Apple Notes, under \"Imported by Velloran\". "
-        "Exit status: 0 complete, 1 finished with issues, 2 usage error, 130 stopped by Ctrl-C.");
+        "Exit status: 0 complete, 1 finished with issues or could not start (a path that does not exist, for one), "
+        "2 usage error, 130 stopped by Ctrl-C.");
     migrate->add_option("PATH", *migratePath, "The folder (vault) to migrate")->required();
-    migrate->add_flag("--json", *migrateJson, "Print the report as JSON");
+    migrate->add_flag("--json", *migrateJson, "Print the report as JSON (a failure as {\"error\": MESSAGE})");
     migrate->callback(
         [=, &exitCode] { exitCode = migrateCommand(QString::fromLocal8Bit(*migratePath), *migrateJson); });
 
@@ -554,12 +556,15 @@ void addRunCommands(CLI::App &app, int &exitCode)
     auto exportJson = std::make_shared<bool>(false);
     CLI::App *exportRun = app.add_subcommand("export",
         "Export Apple Notes folders as Markdown files into DEST, one subfolder per Notes folder. "
-        "Exit status: 0 complete, 1 finished with issues, 2 usage error, 130 stopped by Ctrl-C.");
-    exportRun->add_option("DEST", *exportDestination, "The output folder (made when missing)")->required();
+        "Exit status: 0 complete, 1 finished with issues or could not start (a path that does not exist, for one), "
+        "2 usage error, 130 stopped by Ctrl-C.");
+    exportRun
+        ->add_option("DEST", *exportDestination, "The output folder; made when missing, inside a folder that exists")
+        ->required();
     exportRun->add_option("--folder", *exportFolders, "A Notes folder to export; repeat for more (default: all)")
         ->allow_extra_args(false)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    exportRun->add_flag("--json", *exportJson, "Print the result as JSON");
+    exportRun->add_flag("--json", *exportJson, "Print the result as JSON (a failure as {\"error\": MESSAGE})");
     exportRun->callback([=, &exitCode] {
         QStringList folders;
         for (const std::string &folder : *exportFolders)
@@ -573,7 +578,7 @@ void addRunCommands(CLI::App &app, int &exitCode)
         "Migrate a folder into the Notes stand-in (fake-osascript, named by VELLORAN_OSASCRIPT), export it back "
         "and print, per note, how many headings, list items, links, emphasis, tables and images each side has.");
     roundTripRun->add_option("PATH", *roundTripPath, "The folder (vault) to send round")->required();
-    roundTripRun->add_flag("--json", *roundTripJson, "Print the counts as JSON");
+    roundTripRun->add_flag("--json", *roundTripJson, "Print the counts as JSON (a failure as {\"error\": MESSAGE})");
     roundTripRun->callback(
         [=, &exitCode] { exitCode = roundTripCommand(QString::fromLocal8Bit(*roundTripPath), *roundTripJson); });
 }

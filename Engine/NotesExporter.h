@@ -108,7 +108,10 @@ std::optional<QString> unreadableBodyReason(const QString &html);
 using StopCheck = std::function<bool()>;
 
 /// Converts each record's body to Markdown and writes one .md file per note into `to`, one subfolder per
-/// Notes folder, never overwriting a file. Never throws: every problem is an entry of Result::failed.
+/// Notes folder, never overwriting a file and never writing through a symbolic link, also when another
+/// export writes into the same folder at the same time. A note whose write fails (a full disk, a quota, an
+/// I/O error) leaves no file and is not counted as written. Never throws: every problem is an entry of
+/// Result::failed.
 /// `shouldStop`, when given, lets a caller end the run after the note being written.
 Result exportNotes(const QList<NoteRecord> &notes, const QUrl &to, const ProgressCallback &progress = {},
     const StopCheck &shouldStop = {});

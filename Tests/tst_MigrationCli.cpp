@@ -135,22 +135,47 @@ private slots:
         QCOMPARE(r.exitCode, 1);
         QCOMPARE(QString::fromUtf8(r.err), u"velloran-cli: "_s + path + u": "_s + reason + u'\n');
         QVERIFY(r.out.isEmpty());
+
+        const TestUtil::CliResult json = runCli({ u"analyze"_s, u"--json"_s, path });
+        QCOMPARE(json.exitCode, 1);
+        QCOMPARE(QString::fromUtf8(json.out), u"{\"error\":\""_s + path + u": "_s + reason + u"\"}\n"_s);
+        QCOMPARE(json.err, r.err);
     }
 
     void usageErrors_data()
     {
         QTest::addColumn<QStringList>("arguments");
-        QTest::addRow("no command") << QStringList();
-        QTest::addRow("unknown command") << QStringList { u"frobnicate"_s };
-        QTest::addRow("analyze without path") << QStringList { u"analyze"_s };
-        QTest::addRow("unknown option") << QStringList { u"render"_s, u"--nope"_s };
+        QTest::addColumn<QString>("message");
+        QTest::addRow("no command") << QStringList() << u"a command is required"_s;
+        QTest::addRow("unknown command") << QStringList { u"nosuchcmd"_s } << u"unknown command: nosuchcmd"_s;
+        QTest::addRow("unknown command before a path")
+            << QStringList { u"frobnicate"_s, exampleVault } << u"unknown command: frobnicate"_s;
+        QTest::addRow("unknown option without a command") << QStringList { u"--nope"_s } << u"unknown option: --nope"_s;
+        QTest::addRow("analyze without path") << QStringList { u"analyze"_s } << u"PATH is required"_s;
+        QTest::addRow("unknown option") << QStringList { u"render"_s, u"--nope"_s } << u"unknown option: --nope"_s;
+        QTest::addRow("unknown short option") << QStringList { u"render"_s, u"-x"_s } << u"unknown option: -x"_s;
+        QTest::addRow("unknown option before a missing path")
+            << QStringList { u"analyze"_s, u"--fast"_s } << u"unknown option: --fast"_s;
+        QTest::addRow("one path too many")
+            << QStringList { u"analyze"_s, exampleVault, u"extra"_s } << u"unexpected argument: extra"_s;
+        QTest::addRow("to-markdown with a flag of render")
+            << QStringList { u"to-markdown"_s, u"--strip-frontmatter"_s } << u"unknown option: --strip-frontmatter"_s;
     }
     void usageErrors()
     {
         QFETCH(QStringList, arguments);
+        QFETCH(QString, message);
         const TestUtil::CliResult r = runCli(arguments);
         QCOMPARE(r.exitCode, 2);
-        QVERIFY(!r.err.isEmpty());
+        QCOMPARE(
+            QString::fromUtf8(r.err), u"velloran-cli: "_s + message + u"\nRun with --help for more information.\n"_s);
+        QCOMPARE(r.out, QByteArray());
+
+        // With --json anywhere, the same failure is one JSON object on standard output as well.
+        const TestUtil::CliResult json = runCli(arguments + QStringList { u"--json"_s });
+        QCOMPARE(json.exitCode, 2);
+        QCOMPARE(json.err, r.err);
+        QCOMPARE(QString::fromUtf8(json.out), u"{\"error\":\""_s + message + u"\"}\n"_s);
     }
 
     void helpAndVersion()
@@ -165,6 +190,9 @@ private slots:
         }
         const TestUtil::CliResult help = runCli({ u"--help"_s });
         QCOMPARE(help.exitCode, 0);
+        QVERIFY2(help.out.contains("With --json, each failure also prints one JSON object {\"error\": MESSAGE} on "
+                                   "standard output"),
+            help.out.constData());
         QVERIFY(help.out.contains("analyze"));
         QVERIFY(help.out.contains("render"));
     }
@@ -206,8 +234,11 @@ private slots:
         const QString missing = dir.path() + u"/missing.md"_s;
         TestUtil::CliResult r = runCli({ u"render"_s, missing });
         QCOMPARE(r.exitCode, 1);
-        QVERIFY2(r.err.startsWith((u"velloran-cli: "_s + missing + u": "_s).toUtf8()), r.err.constData());
-        QCOMPARE(r.err.count('\n'), 1);
+        QCOMPARE(QString::fromUtf8(r.err), u"velloran-cli: "_s + missing + u": no such file\n"_s);
+        QVERIFY(r.out.isEmpty());
+        r = runCli({ u"render"_s, u"--json"_s, missing });
+        QCOMPARE(r.exitCode, 1);
+        QCOMPARE(QString::fromUtf8(r.out), u"{\"error\":\""_s + missing + u": no such file\"}\n"_s);
 
         r = runCli({ u"render"_s, dir.path() });
         QCOMPARE(r.exitCode, 1);
@@ -218,6 +249,12 @@ private slots:
         QCOMPARE(r.exitCode, 1);
         QCOMPARE(QString::fromUtf8(r.err), u"velloran-cli: "_s + dir.path() + u"/latin1.md: not valid UTF-8\n"_s);
         QVERIFY(r.out.isEmpty());
+        r = runCli({ u"render"_s, u"--json"_s, dir.path() + u"/latin1.md"_s });
+        QCOMPARE(r.exitCode, 1);
+        QCOMPARE(QString::fromUtf8(r.out), u"{\"error\":\""_s + dir.path() + u"/latin1.md: not valid UTF-8\"}\n"_s);
+        r = runCli({ u"render"_s, u"--json"_s, dir.path() });
+        QCOMPARE(r.exitCode, 1);
+        QCOMPARE(QString::fromUtf8(r.out), u"{\"error\":\""_s + dir.path() + u": is a folder, not a file\"}\n"_s);
     }
 };
 

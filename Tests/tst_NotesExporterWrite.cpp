@@ -12,11 +12,19 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <cerrno>
 #include <cstring>
+#include <functional>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -83,6 +91,105 @@ const QFile::Permissions readOnlyFolder
     = QFile::ReadOwner | QFile::ExeOwner | QFile::ReadGroup | QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther;
 const QFile::Permissions openFolder = readOnlyFolder | QFile::WriteOwner | QFile::WriteGroup | QFile::WriteOther;
 
+/// The pages of the small file system that the full-disk tests fill.
+constexpr int smallFileSystemPages = 16;
+
+/// Runs `body` in a child process that mounts a tmpfs of smallFileSystemPages pages at `mountPoint`, in a
+/// mount namespace of its own (so that nothing outside the test sees it), and gives back what `body`
+/// returns plus "files": every file left on the tmpfs (hidden ones included) with its contents in base64.
+/// When no tmpfs can be mounted here, gives only "skip": why not.
+QJsonObject inSmallFileSystem(const QString &mountPoint, const std::function<QJsonObject()> &body)
+{
+    int channel[2];
+    if (::pipe(channel) != 0)
+        return { { u"skip"_s, u"no pipe: "_s + systemText(errno) } };
+    const pid_t child = ::fork();
+    if (child < 0)
+        return { { u"skip"_s, u"no child process: "_s + systemText(errno) } };
+    if (child == 0) {
+        ::close(channel[0]);
+        const auto report = [&](const QJsonObject &outcome) {
+            const QByteArray bytes = QJsonDocument(outcome).toJson(QJsonDocument::Compact);
+            for (qsizetype done = 0; done < bytes.size();) {
+                const ssize_t count = ::write(channel[1], bytes.constData() + done, size_t(bytes.size() - done));
+                if (count <= 0)
+                    break;
+                done += count;
+            }
+            ::_exit(0);
+        };
+        const auto skip = [&](const QString &what) { report({ { u"skip"_s, what + u": "_s + systemText(errno) } }); };
+        if (::unshare(CLONE_NEWNS) != 0) {
+            // Not privileged: a user namespace of our own gives the right to mount a tmpfs.
+            const QByteArray uid = QByteArray::number(::getuid());
+            const QByteArray gid = QByteArray::number(::getgid());
+            if (::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
+                skip(u"no mount namespace (unshare)"_s);
+            writeBytes(u"/proc/self/setgroups"_s, "deny");
+            writeBytes(u"/proc/self/uid_map"_s, "0 " + uid + " 1\n");
+            writeBytes(u"/proc/self/gid_map"_s, "0 " + gid + " 1\n");
+        }
+        if (::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
+            skip(u"cannot make the mounts private"_s);
+        const QByteArray size = "size=" + QByteArray::number(qint64(smallFileSystemPages) * ::sysconf(_SC_PAGESIZE));
+        if (::mount("tmpfs", QFile::encodeName(mountPoint).constData(), "tmpfs", MS_NOSUID | MS_NODEV, size.constData())
+            != 0)
+            skip(u"cannot mount a tmpfs"_s);
+        QJsonObject outcome = body();
+        QJsonObject files;
+        QDirIterator it(mountPoint, QDir::Files | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
+        while (it.hasNext()) {
+            const QString path = it.next();
+            files.insert(QDir(mountPoint).relativeFilePath(path), QString::fromLatin1(readAll(path).toBase64()));
+        }
+        outcome.insert(u"files"_s, files);
+        report(outcome);
+    }
+    ::close(channel[1]);
+    QByteArray bytes;
+    char buffer[4096];
+    for (;;) {
+        const ssize_t count = ::read(channel[0], buffer, sizeof buffer);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            break;
+        bytes.append(buffer, count);
+    }
+    ::close(channel[0]);
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
+        return { { u"crashed"_s, status } };
+    return QJsonDocument::fromJson(bytes).object();
+}
+
+QJsonArray failuresJson(const Failures &failures)
+{
+    QJsonArray array;
+    for (const auto &[name, reason] : failures)
+        array.append(QJsonArray { name, reason });
+    return array;
+}
+
+/// Notes for the small file system: seven of a little over two and a half pages each (three pages on the
+/// disk), then a small one. Five big ones fill fifteen of the sixteen pages; the sixth and the seventh
+/// get one page and fail; the small one still fits in that page.
+QList<NoteRecord> notesForASmallDisk()
+{
+    QList<NoteRecord> notes;
+    const long page = ::sysconf(_SC_PAGESIZE);
+    for (int i = 1; i <= 7; ++i)
+        notes.append({ u"F"_s, u"Big %1"_s.arg(i), u"<div>"_s + QString(2 * page + page / 2, u'x') + u"</div>"_s });
+    notes.append({ u"F"_s, u"Small"_s, u"<div>small</div>"_s });
+    return notes;
+}
+
+QByteArray contentOf(const NoteRecord &note)
+{
+    return NotesExporter::fileContent(note.name, HtmlToMarkdown::convert(note.html)).toUtf8();
+}
+
 } // namespace
 
 class tst_NotesExporterWrite : public QObject
@@ -120,6 +227,12 @@ private slots:
         QTest::addRow("mark on the 201st character")
             << QString(200, u'a') + u"\u0301b"_s << QString(199, u'a') + u"a\u0301"_s;
         QTest::addRow("flags at the cut") << QString(199, u'a') + u"🇫🇷🇩🇪"_s << QString(199, u'a') + u"🇫🇷"_s;
+        QTest::addRow("NUL") << u"a\0b"_s << u"a-b"_s;
+        QTest::addRow("control characters") << u"\u0001a\u0008b\u001Bc\u007F"_s << u"-a-b-c-"_s;
+        QTest::addRow("white space controls stay white space") << u"a\u000Bb\u000Cc\u000Dd"_s << u"a b c d"_s;
+        QTest::addRow("separators 1C to 1F") << u"a\u001Cb\u001Dc\u001Ed\u001Ff"_s << u"a-b-c-d-f"_s;
+        QTest::addRow("150 Chinese characters") << QString(150, QChar(0x4E2D)) << QString(85, QChar(0x4E2D));
+        QTest::addRow("200 two-byte characters") << QString(200, QChar(0x00E9)) << QString(127, QChar(0x00E9));
         QTest::addRow("cut after trimming") << u"   "_s + QString(200, u'z') + u"   "_s << QString(200, u'z');
     }
 
@@ -129,19 +242,89 @@ private slots:
         QFETCH(QString, sanitized);
         QCOMPARE(NotesExporter::sanitizeFilename(name), sanitized);
         QVERIFY(Text::graphemeCount(sanitized) <= 200);
+        QVERIFY(sanitized.toUtf8().size() <= 255);
     }
 
-    void uniqueNameCounts()
+    void newFileTakesTheFirstFreeName_data()
     {
+        QTest::addColumn<NotesExporter::ClaimMethod>("method");
+        QTest::addRow("hard link") << NotesExporter::ClaimMethod::hardLink;
+        QTest::addRow("exclusive create") << NotesExporter::ClaimMethod::exclusiveCreate;
+    }
+    void newFileTakesTheFirstFreeName()
+    {
+        QFETCH(NotesExporter::ClaimMethod, method);
         Workspace space;
-        QVERIFY(writeBytes(space.path(u"Plan.md"_s), "x"));
-        QVERIFY(writeBytes(space.path(u"Plan (2).md"_s), "x"));
-        QCOMPARE(NotesExporter::uniqueName(u"Plan"_s, {}, space.path()), u"Plan (3)"_s);
-        QCOMPARE(NotesExporter::uniqueName(u"Other"_s, { u"other"_s, u"other (2)"_s }, space.path()), u"Other (3)"_s);
-        QCOMPARE(NotesExporter::uniqueName(u"Free"_s, { u"plan"_s }, space.path()), u"Free"_s);
+        QVERIFY(writeBytes(space.path(u"Plan.md"_s), "one"));
+        QVERIFY(writeBytes(space.path(u"Plan (2).md"_s), "two"));
         // A folder of that name is in the way as much as a file.
         QVERIFY(QDir().mkpath(space.path(u"Dir.md"_s)));
-        QCOMPARE(NotesExporter::uniqueName(u"Dir"_s, {}, space.path()), u"Dir (2)"_s);
+        NotesExporter::RunNames names;
+        names.give(space.path(), u"Other"_s, u"other"_s, 1);
+        names.give(space.path(), u"Other"_s, u"other (2)"_s, 2);
+        NotesExporter::ClaimMethod used = method;
+        const auto write = [&](const QString &base, const QByteArray &bytes) {
+            const NotesExporter::NewFile file = NotesExporter::writeNewFile(space.path(), base, bytes, names, used);
+            return std::pair(file.name, file.error);
+        };
+        QCOMPARE(write(u"Plan"_s, "three"), std::pair(u"Plan (3)"_s, QString()));
+        QCOMPARE(write(u"Other"_s, "o"), std::pair(u"Other (3)"_s, QString()));
+        QCOMPARE(write(u"Free"_s, "f"), std::pair(u"Free"_s, QString()));
+        QCOMPARE(write(u"Dir"_s, "d"), std::pair(u"Dir (2)"_s, QString()));
+        QCOMPARE(write(u"plan"_s, "four"), std::pair(u"plan (4)"_s, QString()));
+        QCOMPARE(used, method);
+        QCOMPARE(tree(space.path()),
+            (QStringList { u"Dir (2).md"_s, u"Dir.md/"_s, u"Free.md"_s, u"Other (3).md"_s, u"Plan (2).md"_s,
+                u"Plan (3).md"_s, u"Plan.md"_s, u"plan (4).md"_s }));
+        QCOMPARE(readAll(space.path(u"Plan.md"_s)), QByteArray("one"));
+        QCOMPARE(readAll(space.path(u"Plan (2).md"_s)), QByteArray("two"));
+        QCOMPARE(readAll(space.path(u"Plan (3).md"_s)), QByteArray("three"));
+        QCOMPARE(readAll(space.path(u"plan (4).md"_s)), QByteArray("four"));
+        QCOMPARE(readAll(space.path(u"Dir (2).md"_s)), QByteArray("d"));
+    }
+
+    void newFileFailureLeavesNothing_data() { newFileTakesTheFirstFreeName_data(); }
+    void newFileFailureLeavesNothing()
+    {
+        QFETCH(NotesExporter::ClaimMethod, method);
+        Workspace space;
+        NotesExporter::RunNames names;
+        NotesExporter::ClaimMethod used = method;
+        const NotesExporter::NewFile file
+            = NotesExporter::writeNewFile(space.path(u"missing"_s), u"N"_s, "x", names, used);
+        QCOMPARE(file.name, QString());
+        QCOMPARE(file.error, systemText(ENOENT));
+        QCOMPARE(names.isGiven(space.path(u"missing"_s), u"N"_s), false);
+        QCOMPARE(tree(space.path()), QStringList());
+    }
+
+    void namesResumeWhereTheyStopped()
+    {
+        NotesExporter::RunNames names;
+        QCOMPARE(names.firstCounter(u"F"_s, u"Plan"_s), 1);
+        names.give(u"F"_s, u"Plan"_s, u"Plan"_s, 1);
+        names.give(u"F"_s, u"Plan"_s, u"Plan (2)"_s, 2);
+        QCOMPARE(names.firstCounter(u"F"_s, u"Plan"_s), 3);
+        QCOMPARE(names.firstCounter(u"F"_s, u"PLAN"_s), 3);
+        QCOMPARE(names.firstCounter(u"G"_s, u"Plan"_s), 1);
+        QCOMPARE(names.isGiven(u"F"_s, u"PLAN (2)"_s), true);
+        QCOMPARE(names.isGiven(u"F"_s, u"Plan (3)"_s), false);
+        QCOMPARE(names.isGiven(u"G"_s, u"Plan"_s), false);
+    }
+
+    void manyNotesOfOneName()
+    {
+        Workspace space;
+        QList<NoteRecord> notes;
+        for (int i = 0; i < 1000; ++i)
+            notes.append({ u"F"_s, u"Same"_s, u"<div>%1</div>"_s.arg(i) });
+        const Result result = NotesExporter::exportNotes(notes, space.url());
+        QCOMPARE(result.written, 1000);
+        QCOMPARE(result.failed, Failures());
+        QCOMPARE(readAll(space.path(u"F/Same.md"_s)), QByteArray("# Same\n\n0\n"));
+        QCOMPARE(readAll(space.path(u"F/Same (2).md"_s)), QByteArray("# Same\n\n1\n"));
+        QCOMPARE(readAll(space.path(u"F/Same (1000).md"_s)), QByteArray("# Same\n\n999\n"));
+        QCOMPARE(tree(space.path(u"F"_s)).size(), 1000);
     }
 
     void fileContentShape()
@@ -355,6 +538,236 @@ private slots:
         QCOMPARE(result.written, 1);
         QCOMPARE(readAll(space.path(u"Notes/Plan.md"_s)), original);
         QCOMPARE(readAll(space.path(u"Notes/Plan (2).md"_s)), QByteArray("# Plan\n\nnew\n"));
+    }
+
+    void symbolicLinksAtTheNameCountAsTaken_data() { newFileTakesTheFirstFreeName_data(); }
+    void symbolicLinksAtTheNameCountAsTaken()
+    {
+        QFETCH(NotesExporter::ClaimMethod, method);
+        Workspace space;
+        QVERIFY(QDir().mkpath(space.path(u"out/F"_s)));
+        QVERIFY(QDir().mkpath(space.path(u"elsewhere"_s)));
+        QVERIFY(writeBytes(space.path(u"elsewhere/target.md"_s), "keep"));
+        QVERIFY(QFile::link(space.path(u"elsewhere/target.md"_s), space.path(u"out/F/Plan.md"_s)));
+        QVERIFY(QFile::link(space.path(u"elsewhere/gone.md"_s), space.path(u"out/F/Idea.md"_s)));
+        NotesExporter::RunNames names;
+        NotesExporter::ClaimMethod used = method;
+        for (const QString &base : { u"Plan"_s, u"Idea"_s }) {
+            const NotesExporter::NewFile file
+                = NotesExporter::writeNewFile(space.path(u"out/F"_s), base, base.toUtf8(), names, used);
+            QCOMPARE(file.error, QString());
+            QCOMPARE(file.name, base + u" (2)"_s);
+        }
+        QCOMPARE(readAll(space.path(u"elsewhere/target.md"_s)), QByteArray("keep"));
+        QVERIFY(!QFileInfo::exists(space.path(u"elsewhere/gone.md"_s)));
+        QCOMPARE(tree(space.path(u"elsewhere"_s)), QStringList { u"target.md"_s });
+        QVERIFY(QFileInfo(space.path(u"out/F/Plan.md"_s)).isSymLink());
+        QVERIFY(QFileInfo(space.path(u"out/F/Idea.md"_s)).isSymLink());
+        QCOMPARE(readAll(space.path(u"out/F/Plan (2).md"_s)), QByteArray("Plan"));
+        QCOMPARE(readAll(space.path(u"out/F/Idea (2).md"_s)), QByteArray("Idea"));
+    }
+
+    void exportNeverWritesThroughSymbolicLinks()
+    {
+        Workspace space;
+        QVERIFY(QDir().mkpath(space.path(u"out/F"_s)));
+        QVERIFY(writeBytes(space.path(u"target.md"_s), "keep"));
+        QVERIFY(QFile::link(space.path(u"target.md"_s), space.path(u"out/F/Plan.md"_s)));
+        QVERIFY(QFile::link(space.path(u"gone.md"_s), space.path(u"out/F/Idea.md"_s)));
+        const Result result = NotesExporter::exportNotes(
+            { { u"F"_s, u"Plan"_s, u"new plan"_s }, { u"F"_s, u"Idea"_s, u"new idea"_s } }, space.url(u"out"_s));
+        QCOMPARE(result.written, 2);
+        QCOMPARE(result.failed, Failures());
+        QCOMPARE(readAll(space.path(u"target.md"_s)), QByteArray("keep"));
+        QVERIFY(!QFileInfo::exists(space.path(u"gone.md"_s)));
+        QCOMPARE(readAll(space.path(u"out/F/Plan (2).md"_s)), QByteArray("# Plan\n\nnew plan\n"));
+        QCOMPARE(readAll(space.path(u"out/F/Idea (2).md"_s)), QByteArray("# Idea\n\nnew idea\n"));
+        QCOMPARE(tree(space.path(u"out"_s)),
+            (QStringList { u"F/"_s, u"F/Idea (2).md"_s, u"F/Idea.md"_s, u"F/Plan (2).md"_s, u"F/Plan.md"_s }));
+    }
+
+    void twoExportsIntoOneFolderAtOnce()
+    {
+        Workspace space;
+        constexpr int perRun = 60;
+        const auto notesOf = [](const QString &run) {
+            QList<NoteRecord> notes;
+            for (int i = 0; i < perRun; ++i)
+                notes.append({ u"F%1"_s.arg(i % 2), u"Note %1"_s.arg(i % 4), u"<div>%1 %2</div>"_s.arg(run).arg(i) });
+            return notes;
+        };
+        const QList<NoteRecord> first = notesOf(u"first"_s);
+        const QList<NoteRecord> second = notesOf(u"second"_s);
+        Result firstResult;
+        Result secondResult;
+        std::thread other([&] { secondResult = NotesExporter::exportNotes(second, space.url()); });
+        firstResult = NotesExporter::exportNotes(first, space.url());
+        other.join();
+        QCOMPARE(firstResult.written, perRun);
+        QCOMPARE(secondResult.written, perRun);
+        QCOMPARE(firstResult.failed, Failures());
+        QCOMPARE(secondResult.failed, Failures());
+
+        // Every note is there exactly once, whole: nothing was overwritten.
+        QStringList expected;
+        for (const QList<NoteRecord> &notes : { first, second }) {
+            for (const NoteRecord &note : notes)
+                expected.append(
+                    note.folder + u'|' + NotesExporter::fileContent(note.name, HtmlToMarkdown::convert(note.html)));
+        }
+        QStringList found;
+        QStringList names;
+        for (const QString &entry : tree(space.path())) {
+            if (entry.endsWith(u'/'))
+                continue;
+            names.append(entry);
+            found.append(entry.section(u'/', 0, 0) + u'|' + QString::fromUtf8(readAll(space.path(entry))));
+        }
+        expected.sort();
+        found.sort();
+        QCOMPARE(found, expected);
+        // Note 0 and Note 2 go to F0, Note 1 and Note 3 to F1, 30 of each name: "Note 0.md", "Note 0 (2).md",
+        // ..., "Note 0 (30).md".
+        QStringList expectedNames;
+        for (int name = 0; name < 4; ++name) {
+            for (int n = 1; n <= 2 * perRun / 4; ++n)
+                expectedNames.append(
+                    u"F%1/Note %2%3.md"_s.arg(name % 2).arg(name).arg(n == 1 ? QString() : u" (%1)"_s.arg(n)));
+        }
+        expectedNames.sort();
+        names.sort();
+        QCOMPARE(names, expectedNames);
+    }
+
+    void fileNamesFitInBytes_data()
+    {
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("first");
+        QTest::addColumn<QString>("second");
+        const QString han = QString(150, QChar(0x4E2D)); // 中, three bytes in UTF-8
+        QTest::addRow("150 Chinese characters")
+            << han << QString(84, QChar(0x4E2D)) + u".md"_s << QString(82, QChar(0x4E2D)) + u" (2).md"_s;
+        // Three bytes each: "é" as e and a combining mark, and "中".
+        const QString pair = u"e\u0301\u4E2D"_s;
+        const QString mixed = u"ab"_s + pair.repeated(100);
+        QTest::addRow("marks and Chinese characters")
+            << mixed << u"ab"_s + pair.repeated(41) + u"e\u0301.md"_s << u"ab"_s + pair.repeated(41) + u" (2).md"_s;
+        QTest::addRow("200 ASCII characters")
+            << QString(200, u'a') << QString(200, u'a') + u".md"_s << QString(200, u'a') + u" (2).md"_s;
+    }
+    void fileNamesFitInBytes()
+    {
+        QFETCH(QString, title);
+        QFETCH(QString, first);
+        QFETCH(QString, second);
+        Workspace space;
+        const Result result
+            = NotesExporter::exportNotes({ { u"F"_s, title, u"1"_s }, { u"F"_s, title, u"2"_s } }, space.url());
+        QCOMPARE(result.failed, Failures());
+        QCOMPARE(result.written, 2);
+        QStringList expected { u"F/"_s, u"F/"_s + first, u"F/"_s + second };
+        expected.sort();
+        QCOMPARE(tree(space.path()), expected);
+        QVERIFY(first.toUtf8().size() <= 255);
+        QVERIFY(second.toUtf8().size() <= 255);
+        QCOMPARE(readAll(space.path(u"F/"_s + first)), (u"# "_s + title + u"\n\n1\n"_s).toUtf8());
+        QCOMPARE(readAll(space.path(u"F/"_s + second)), (u"# "_s + title + u"\n\n2\n"_s).toUtf8());
+    }
+
+    void cutToUtf8Bytes_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("maxBytes");
+        QTest::addColumn<QString>("cut");
+        QTest::addRow("fits") << u"abc"_s << 3 << u"abc"_s;
+        QTest::addRow("ASCII") << u"abcd"_s << 3 << u"abc"_s;
+        QTest::addRow("not inside a character") << u"a中b"_s << 3 << u"a"_s;
+        QTest::addRow("not inside a mark") << u"ae\u0301"_s << 3 << u"a"_s;
+        QTest::addRow("not inside a flag") << u"a🇫🇷"_s << 8 << u"a"_s;
+        QTest::addRow("whole flag") << u"a🇫🇷b"_s << 9 << u"a🇫🇷"_s;
+        QTest::addRow("one character longer than all")
+            << u"e"_s + QString(300, QChar(0x0301)) << 7 << u"e"_s + QString(3, QChar(0x0301));
+        QTest::addRow("not inside a surrogate pair") << u"😀😀"_s << 7 << u"😀"_s;
+        QTest::addRow("nothing fits") << u"中"_s << 2 << QString();
+    }
+    void cutToUtf8Bytes()
+    {
+        QFETCH(QString, text);
+        QFETCH(int, maxBytes);
+        QFETCH(QString, cut);
+        QCOMPARE(NotesExporter::cutToUtf8Bytes(text, maxBytes), cut);
+    }
+
+    void candidateNames()
+    {
+        QCOMPARE(NotesExporter::candidateName(u"Plan"_s, 1), u"Plan"_s);
+        QCOMPARE(NotesExporter::candidateName(u"Plan"_s, 2), u"Plan (2)"_s);
+        QCOMPARE(NotesExporter::candidateName(QString(252, u'x'), 1), QString(252, u'x'));
+        QCOMPARE(NotesExporter::candidateName(QString(252, u'x'), 2), QString(248, u'x') + u" (2)"_s);
+        QCOMPARE(NotesExporter::candidateName(QString(252, u'x'), 123456), QString(243, u'x') + u" (123456)"_s);
+    }
+
+    void controlCharactersInNames()
+    {
+        Workspace space;
+        const QString title = u"a\0b\u0001c\u001Fd\u007Fe\tf"_s;
+        const Result result = NotesExporter::exportNotes({ { u"F\0G"_s, title, u"x"_s } }, space.url());
+        QCOMPARE(result.written, 1);
+        QCOMPARE(result.folders, QSet<QString> { u"F-G"_s });
+        QCOMPARE(tree(space.path()), (QStringList { u"F-G/"_s, u"F-G/a-b-c-d-e f.md"_s }));
+        QCOMPARE(readAll(space.path(u"F-G/a-b-c-d-e f.md"_s)), (u"# "_s + title + u"\n\nx\n"_s).toUtf8());
+    }
+
+    void fullDiskFailsTheNotesThatDoNotFit_data()
+    {
+        QTest::addColumn<bool>("wholeExport");
+        QTest::addRow("export, hard links") << true;
+        QTest::addRow("new files created in place") << false;
+    }
+    void fullDiskFailsTheNotesThatDoNotFit()
+    {
+        QFETCH(bool, wholeExport);
+        Workspace space;
+        QVERIFY(QDir().mkpath(space.path(u"disk"_s)));
+        const QString mount = space.path(u"disk"_s);
+        const QList<NoteRecord> notes = notesForASmallDisk();
+        const QJsonObject outcome = inSmallFileSystem(mount, [&] {
+            if (wholeExport) {
+                const Result result = NotesExporter::exportNotes(notes, QUrl::fromLocalFile(mount));
+                return QJsonObject { { u"written"_s, result.written }, { u"failed"_s, failuresJson(result.failed) } };
+            }
+            QDir().mkpath(mount + u"/F"_s);
+            NotesExporter::RunNames names;
+            qint64 written = 0;
+            Failures failed;
+            for (const NoteRecord &note : notes) {
+                NotesExporter::ClaimMethod method = NotesExporter::ClaimMethod::exclusiveCreate;
+                const NotesExporter::NewFile file
+                    = NotesExporter::writeNewFile(mount + u"/F"_s, note.name, contentOf(note), names, method);
+                if (file.error.isEmpty())
+                    ++written;
+                else
+                    failed.append({ note.name, file.error });
+            }
+            return QJsonObject { { u"written"_s, written }, { u"failed"_s, failuresJson(failed) } };
+        });
+        if (outcome.contains(u"skip"_s))
+            QSKIP(qPrintable(u"no small file system to fill: "_s + outcome[u"skip"_s].toString()));
+        QVERIFY2(!outcome.contains(u"crashed"_s), "the child process did not end normally");
+
+        QCOMPARE(outcome[u"written"_s].toInteger(), 6);
+        const QString full = systemText(ENOSPC);
+        QCOMPARE(full, u"No space left on device"_s);
+        QCOMPARE(outcome[u"failed"_s].toArray(),
+            (QJsonArray { QJsonArray { u"Big 6"_s, full }, QJsonArray { u"Big 7"_s, full } }));
+        // Only whole files: no empty or partial file, no temporary file.
+        QJsonObject expected;
+        for (const NoteRecord &note : notes) {
+            if (note.name != u"Big 6"_s && note.name != u"Big 7"_s)
+                expected.insert(u"F/"_s + note.name + u".md"_s, QString::fromLatin1(contentOf(note).toBase64()));
+        }
+        QCOMPARE(outcome[u"files"_s].toObject().keys(), expected.keys());
+        QCOMPARE(outcome[u"files"_s].toObject(), expected);
     }
 
     void sameNamesInOneFolder()

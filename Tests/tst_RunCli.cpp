@@ -182,8 +182,6 @@ private slots:
     {
         QTest::addColumn<QStringList>("arguments");
         QTest::addRow("migrate without a path") << QStringList { u"migrate"_s };
-        QTest::addRow("migrate a missing folder") << QStringList { u"migrate"_s, u"/no/such/folder"_s };
-        QTest::addRow("migrate a file") << QStringList { u"migrate"_s, exampleVault + u"/Welcome.md"_s };
         QTest::addRow("migrate with an unknown flag") << QStringList { u"migrate"_s, u"--fast"_s, exampleVault };
         QTest::addRow("export without a destination") << QStringList { u"export"_s };
         QTest::addRow("export --folder without a name") << QStringList { u"export"_s, u"out"_s, u"--folder"_s };
@@ -198,6 +196,102 @@ private slots:
         QCOMPARE(r.out, QByteArray());
         QVERIFY(!r.err.isEmpty());
         QCOMPARE(fixture->runs().size(), 0);
+    }
+
+    void usageErrorsWithJson_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QString>("message");
+        QTest::addRow("migrate with an unknown flag")
+            << QStringList { u"migrate"_s, u"--json"_s, u"--fast"_s, exampleVault } << u"unknown option: --fast"_s;
+        QTest::addRow("export without a destination")
+            << QStringList { u"export"_s, u"--json"_s } << u"DEST is required"_s;
+        QTest::addRow("export --folder without a name") << QStringList { u"export"_s, u"--json"_s, u"out"_s,
+            u"--folder"_s } << u"--folder: 1 required TEXT missing"_s;
+        QTest::addRow("export with two destinations")
+            << QStringList { u"export"_s, u"--json"_s, u"a"_s, u"b"_s } << u"unexpected argument: b"_s;
+        QTest::addRow("a command that does not exist")
+            << QStringList { u"--json"_s, u"nosuchcmd"_s } << u"unknown command: nosuchcmd"_s;
+    }
+    void usageErrorsWithJson()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, message);
+        const TestUtil::CliResult r = runCli(arguments);
+        QCOMPARE(r.exitCode, 2);
+        QCOMPARE(QString::fromUtf8(r.out), u"{\"error\":\""_s + message + u"\"}\n"_s);
+        QCOMPARE(
+            QString::fromUtf8(r.err), u"velloran-cli: "_s + message + u"\nRun with --help for more information.\n"_s);
+        QCOMPARE(fixture->runs().size(), 0);
+    }
+
+    void pathThatDoesNotExist_data()
+    {
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<QString>("argument");
+        QTest::addColumn<QString>("message");
+        // The same line and the same exit status from every command; export makes its destination, but
+        // not the folder it is to be made in.
+        const QString missing = u"/no/such/folder"_s;
+        QTest::addRow("analyze") << u"analyze"_s << missing << missing + u": no such folder"_s;
+        QTest::addRow("migrate") << u"migrate"_s << missing << missing + u": no such folder"_s;
+        QTest::addRow("export") << u"export"_s << missing + u"/out"_s << missing + u": no such folder"_s;
+        QTest::addRow("round-trip") << u"round-trip"_s << missing << missing + u": no such folder"_s;
+        QTest::addRow("render") << u"render"_s << missing + u"/note.md"_s << missing + u"/note.md: no such file"_s;
+    }
+    void pathThatDoesNotExist()
+    {
+        QFETCH(QString, command);
+        QFETCH(QString, argument);
+        QFETCH(QString, message);
+        const TestUtil::CliResult r = runCli({ command, argument });
+        QCOMPARE(r.exitCode, 1);
+        QCOMPARE(r.out, QByteArray());
+        QCOMPARE(QString::fromUtf8(r.err), u"velloran-cli: "_s + message + u'\n');
+        const TestUtil::CliResult json = runCli({ command, u"--json"_s, argument });
+        QCOMPARE(json.exitCode, 1);
+        QCOMPARE(QString::fromUtf8(json.out), u"{\"error\":\""_s + message + u"\"}\n"_s);
+        QCOMPARE(json.err, r.err);
+        QCOMPARE(fixture->runs().size(), 0);
+        QVERIFY(!QFileInfo::exists(u"/no"_s));
+    }
+
+    void pathThatIsNotAFolder_data()
+    {
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<QString>("argument");
+        QTest::addColumn<QString>("message");
+        const QString file = exampleVault + u"/Welcome.md"_s;
+        QTest::addRow("migrate") << u"migrate"_s << file << file + u": not a folder"_s;
+        QTest::addRow("export into a file") << u"export"_s << file << file + u": not a folder"_s;
+        QTest::addRow("export below a file") << u"export"_s << file + u"/out"_s << file + u": not a folder"_s;
+    }
+    void pathThatIsNotAFolder()
+    {
+        QFETCH(QString, command);
+        QFETCH(QString, argument);
+        QFETCH(QString, message);
+        const QMap<QString, QByteArray> before = TestUtil::hashTree(exampleVault);
+        const TestUtil::CliResult r = runCli({ command, argument });
+        QCOMPARE(r.exitCode, 1);
+        QCOMPARE(r.out, QByteArray());
+        QCOMPARE(QString::fromUtf8(r.err), u"velloran-cli: "_s + message + u'\n');
+        const TestUtil::CliResult json = runCli({ command, u"--json"_s, argument });
+        QCOMPARE(json.exitCode, 1);
+        QCOMPARE(QString::fromUtf8(json.out), u"{\"error\":\""_s + message + u"\"}\n"_s);
+        QCOMPARE(fixture->runs().size(), 0);
+        QCOMPARE(TestUtil::hashTree(exampleVault), before);
+    }
+
+    void exportMakesAMissingDestination()
+    {
+        QCOMPARE(runCli({ u"migrate"_s, exampleVault }).exitCode, 0);
+        const QString out = fixture->path(u"new"_s);
+        QVERIFY(!QFileInfo::exists(out));
+        const TestUtil::CliResult r = runCli({ u"export"_s, u"--json"_s, u"--folder"_s, u"Journal"_s, out });
+        QCOMPARE(r.exitCode, 0);
+        QCOMPARE(r.out, QByteArray("{\"written\":2,\"failed\":[],\"folders\":[\"Journal\"]}\n"));
+        QCOMPARE(TestUtil::hashTree(out).size(), 2);
     }
 
     void exportEverything()
@@ -364,6 +458,11 @@ private slots:
         QCOMPARE(QString::fromUtf8(r.err),
             u"velloran-cli: round-trip runs only against the Notes stand-in: set VELLORAN_OSASCRIPT to "
             "fake-osascript\n"_s);
+        const TestUtil::CliResult json = runCli({ u"round-trip"_s, u"--json"_s, exampleVault });
+        QCOMPARE(json.exitCode, 2);
+        QCOMPARE(json.out,
+            QByteArray("{\"error\":\"round-trip runs only against the Notes stand-in: set VELLORAN_OSASCRIPT to "
+                       "fake-osascript\"}\n"));
     }
 };
 
