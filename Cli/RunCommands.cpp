@@ -42,7 +42,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// The exit status of a run that Ctrl-C cut short: 128 + SIGINT, as shells report it.
+/// The exit status of a run that Ctrl-C (or SIGTERM, or SIGHUP) cut short: 128 + SIGINT, as shells report
+/// it for Ctrl-C.
 constexpr int interruptedStatus = 130;
 
 QString tr(const char *text)
@@ -50,7 +51,8 @@ QString tr(const char *text)
     return QCoreApplication::translate("Velloran", text);
 }
 
-// --- Ctrl-C ---------------------------------------------------------------------------------------------
+// --- Ctrl-C, SIGTERM and SIGHUP
+// ---------------------------------------------------------------------------------------------
 
 int interruptPipe[2] = { -1, -1 };
 
@@ -61,7 +63,12 @@ extern "C" void onInterruptSignal(int)
     [[maybe_unused]] const ssize_t written = ::write(interruptPipe[1], &byte, 1);
 }
 
-/// Turns SIGINT into a call on the event loop (the self-pipe pattern). Lives as long as the command.
+/// The signals that stop a run as Ctrl-C does: a terminal closing (SIGHUP) and a polite kill (SIGTERM)
+/// must not leave a run's temporary folder behind either.
+constexpr int stopSignals[] = { SIGINT, SIGTERM, SIGHUP };
+
+/// Turns SIGINT, SIGTERM and SIGHUP into a call on the event loop (the self-pipe pattern). Lives as long
+/// as the command.
 class Interrupt
 {
 public:
@@ -85,12 +92,14 @@ public:
         action.sa_handler = onInterruptSignal;
         sigemptyset(&action.sa_mask);
         action.sa_flags = SA_RESTART;
-        ::sigaction(SIGINT, &action, &m_previous);
+        for (size_t i = 0; i < std::size(stopSignals); ++i)
+            ::sigaction(stopSignals[i], &action, &m_previous[i]);
     }
 
     ~Interrupt()
     {
-        ::sigaction(SIGINT, &m_previous, nullptr);
+        for (size_t i = 0; i < std::size(stopSignals); ++i)
+            ::sigaction(stopSignals[i], &m_previous[i], nullptr);
         m_notifier.reset();
         for (int &fd : interruptPipe) {
             if (fd >= 0)
@@ -108,7 +117,7 @@ public:
 
 private:
     std::unique_ptr<QSocketNotifier> m_notifier;
-    struct sigaction m_previous = {};
+    struct sigaction m_previous[std::size(stopSignals)] = {};
     bool m_requested = false;
     std::function<void()> m_onInterrupt;
 };
@@ -172,22 +181,25 @@ QByteArray reportJson(const Migrator::Report &report)
         + QByteArray::number(report.notesSkipped) + ",\"notesFailed\":" + compact(pairsJson(report.notesFailed))
         + ",\"notesMisfiled\":" + compact(pairsJson(report.notesMisfiled))
         + ",\"imagesAttached\":" + QByteArray::number(report.imagesAttached)
-        + ",\"imagesMissing\":" + compact(QJsonArray::fromStringList(report.imagesMissing))
-        + ",\"foldersFlattened\":" + compact(QJsonArray::fromStringList(report.foldersFlattened))
-        + ",\"wikilinksDegraded\":" + QByteArray::number(report.wikilinksDegraded) + "}\n";
+        + ",\"imagesMissing\":" + compact(QJsonArray::fromStringList(report.imagesMissing)) + ",\"foldersFlattened\":"
+        + compact(QJsonArray::fromStringList(report.foldersFlattened)) + ",\"wikilinksDegraded\":"
+        + QByteArray::number(report.wikilinksDegraded) + ",\"stopped\":" + (report.stopped ? "true" : "false") + "}\n";
 }
 
 bool hasIssues(const Migrator::Report &report)
 {
     // Missing images, skipped notes, flattened folders and degraded wikilinks alone are not issues.
-    return !report.notesFailed.isEmpty() || !report.notesMisfiled.isEmpty();
+    return !report.notesFailed.isEmpty() || !report.notesMisfiled.isEmpty() || report.stopped;
 }
 
 /// The report as the report screen lists it: title, summary, the sections under their headers, then the
 /// skipped and wikilink sentences.
 QString reportText(const Migrator::Report &report)
 {
-    QString text = (hasIssues(report) ? tr("Migration finished with issues") : tr("Migration complete")) + u'\n';
+    QString text = (report.stopped             ? tr("Migration stopped")
+                           : hasIssues(report) ? tr("Migration finished with issues")
+                                               : tr("Migration complete"))
+        + u'\n';
     text += QString::number(report.notesCreated) + tr(" notes · ") + QString::number(report.imagesAttached)
         + tr(" images attached") + u'\n';
     const auto section = [&text](const QString &header, const QStringList &lines) {
@@ -195,6 +207,11 @@ QString reportText(const Migrator::Report &report)
         for (const QString &line : lines)
             text += u"  "_s + line + u'\n';
     };
+    if (report.stopped)
+        text += u'\n'
+            + tr("You stopped the migration: the notes it had not reached are not in Apple Notes. Run it again to "
+                 "carry on; the notes already made are skipped.")
+            + u'\n';
     if (!report.notesFailed.isEmpty()) {
         QStringList lines;
         for (const auto &[name, reason] : report.notesFailed)
@@ -237,15 +254,21 @@ QStringList sortedFolders(const NotesExporter::Result &result)
 QByteArray resultJson(const NotesExporter::Result &result)
 {
     return "{\"written\":" + QByteArray::number(result.written) + ",\"failed\":" + compact(pairsJson(result.failed))
-        + ",\"folders\":" + compact(QJsonArray::fromStringList(sortedFolders(result))) + "}\n";
+        + ",\"folders\":" + compact(QJsonArray::fromStringList(sortedFolders(result)))
+        + ",\"stopped\":" + (result.stopped ? "true" : "false") + "}\n";
 }
 
 /// The result as the result screen shows it: title, summary and the failures.
 QString resultText(const NotesExporter::Result &result)
 {
-    QString text = (result.failed.isEmpty() ? tr("Export complete") : tr("Export finished with issues")) + u'\n';
+    QString text = (result.stopped                   ? tr("Export stopped")
+                           : result.failed.isEmpty() ? tr("Export complete")
+                                                     : tr("Export finished with issues"))
+        + u'\n';
     text += QString::number(result.written) + tr(" notes written · ") + QString::number(result.folders.size())
         + tr(" folders") + u'\n';
+    if (result.stopped)
+        text += u'\n' + tr("You stopped the export: the notes it had not reached were not written.") + u'\n';
     if (!result.failed.isEmpty()) {
         text += u'\n' + tr("Failed (") + QString::number(result.failed.size()) + u")\n"_s;
         for (const auto &[name, reason] : result.failed)
@@ -545,7 +568,7 @@ void addRunCommands(CLI::App &app, int &exitCode)
     CLI::App *migrate = app.add_subcommand("migrate",
         "Scan a folder of Markdown files and migrate it into Apple Notes, under \"Imported by Velloran\". "
         "Exit status: 0 complete, 1 finished with issues or could not start (a path that does not exist, for one), "
-        "2 usage error, 130 stopped by Ctrl-C.");
+        "2 usage error, 130 stopped by Ctrl-C, SIGTERM or SIGHUP.");
     migrate->add_option("PATH", *migratePath, "The folder (vault) to migrate")->required();
     migrate->add_flag("--json", *migrateJson, "Print the report as JSON (a failure as {\"error\": MESSAGE})");
     migrate->callback(
@@ -557,7 +580,7 @@ void addRunCommands(CLI::App &app, int &exitCode)
     CLI::App *exportRun = app.add_subcommand("export",
         "Export Apple Notes folders as Markdown files into DEST, one subfolder per Notes folder. "
         "Exit status: 0 complete, 1 finished with issues or could not start (a path that does not exist, for one), "
-        "2 usage error, 130 stopped by Ctrl-C.");
+        "2 usage error, 130 stopped by Ctrl-C, SIGTERM or SIGHUP.");
     exportRun
         ->add_option("DEST", *exportDestination, "The output folder; made when missing, inside a folder that exists")
         ->required();

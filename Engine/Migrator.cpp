@@ -170,9 +170,11 @@ QCoro::Task<> Migrator::migrate(VaultAnalysis analysis, QUrl vault)
     try {
         QCoro::Task<> ensuring = NotesBridge::ensureFolder(context, rootFolderName);
         co_await ensuring;
-    } catch (const RunStopped &) {
+    } catch (const RunStopped &stopped) {
         if (!self)
             co_return;
+        // Notes did not answer the first script (an Automation prompt left open, say): nothing was made.
+        report.notesFailed.append({ u"(setup)"_s, stopped.errorDescription() });
         finish();
         co_return;
     } catch (const std::exception &error) {

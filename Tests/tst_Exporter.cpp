@@ -10,6 +10,7 @@
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTest>
+#include <QTimer>
 
 #include <memory>
 
@@ -360,6 +361,7 @@ private slots:
         run(exporter, {}, out);
         QCOMPARE(exporter.result()->written, 0);
         QCOMPARE(exporter.result()->failed, Pairs());
+        QCOMPARE(exporter.result()->stopped, true);
         QCOMPARE(exporter.isRunning(), false);
         QCOMPARE(exporter.progress(), 1.0);
 
@@ -368,6 +370,65 @@ private slots:
         exporter.requestStop();
         run(exporter, {}, out);
         QCOMPARE(exporter.result()->written, 4);
+    }
+
+    // One folder that cannot be read no longer vanishes behind the others: it is a failure of the run,
+    // and the other folders are exported.
+    void folderThatCannotBeReadIsListedAndTheOthersExported()
+    {
+        fixture->seed(library);
+        qputenv("VELLORAN_FAKE_NOTES_FAIL_FOLDER", "Work");
+        const QString out = fixture->path(u"out"_s);
+        Exporter exporter;
+        run(exporter, {}, out);
+        const NotesExporter::Result result = *exporter.result();
+        QCOMPARE(result.written, 2);
+        QCOMPARE(result.folders, (QSet<QString> { u"Archive"_s, u"home"_s }));
+        QCOMPARE(result.failed.size(), 1);
+        QCOMPARE(result.failed.at(0).first, u"(folder Work)"_s);
+        QVERIFY2(
+            result.failed.at(0).second.startsWith(u"Apple Notes error: "_s), qPrintable(result.failed.at(0).second));
+        QVERIFY(result.failed.at(0).second.endsWith(u"Notes got an error: AppleEvent handler failed. (-10000)"_s));
+        QCOMPARE(result.stopped, false);
+        QVERIFY(!exporter.errorMessage());
+        QCOMPARE(read(out + u"/home/Shopping.md"_s), u"# Shopping\n\nShopping\nmilk\n"_s);
+    }
+
+    // A note whose body Notes would not give is written with the explanation, and listed as failed.
+    void noteWhoseBodyCannotBeReadIsWrittenAndListed()
+    {
+        fixture->seed(library);
+        qputenv("VELLORAN_FAKE_NOTES_FAIL_NOTE", "Ideas");
+        const QString out = fixture->path(u"out"_s);
+        Exporter exporter;
+        run(exporter, { u"Work"_s }, out);
+        const NotesExporter::Result result = *exporter.result();
+        QCOMPARE(result.written, 2);
+        QCOMPARE(result.failed.size(), 1);
+        QCOMPARE(result.failed.at(0).first, u"Ideas"_s);
+        QVERIFY2(result.failed.at(0).second.startsWith(u"couldn't read the note's body: "_s),
+            qPrintable(result.failed.at(0).second));
+        QVERIFY(read(out + u"/Work/Ideas.md"_s).contains(u"could not read this note's body"_s));
+    }
+
+    // Notes that never answers a read: stopping ends the script after the grace period, and the result
+    // says the export was stopped.
+    void stopEndsAReadThatNeverAnswers()
+    {
+        fixture->seed(library);
+        fixture->installScript("grep -q 'set fName to item 1 of argv' \"$1\" && exec sleep 600\nexec '"
+            + QByteArray(VELLORAN_FAKE_OSASCRIPT) + "' \"$@\"");
+        const QString out = fixture->path(u"out"_s);
+        Exporter exporter;
+        exporter.setStopGracePeriod(std::chrono::milliseconds(200));
+        QTimer::singleShot(500, &exporter, &Exporter::requestStop);
+        run(exporter, {}, out);
+        const NotesExporter::Result result = *exporter.result();
+        QCOMPARE(result.stopped, true);
+        QCOMPARE(result.written, 0);
+        QCOMPARE(result.failed, Pairs());
+        QCOMPARE(exporter.isRunning(), false);
+        QCOMPARE(exporter.property("result").toMap().value(u"stopped"_s).toBool(), true);
     }
 
     void controllerDeletedDuringAnExport()

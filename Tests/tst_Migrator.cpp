@@ -16,6 +16,7 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 
 #include <memory>
 
@@ -257,6 +258,84 @@ private slots:
                 u"Note: "_s + outside.path() + u"/secret.png (outside the folder)"_s, u"Note: ../outside.png"_s }));
         QCOMPARE(argumentsOf(*fixture, u"create-note"_s).at(0).mid(4),
             (QStringList { vault + u"/a&b.png"_s, vault + u"/c'd.png"_s }));
+    }
+
+    // Stopping lets the note in flight finish within the grace period, and starts no other.
+    void stopLetsTheNoteInFlightFinish()
+    {
+        write(u"First.md"_s, "1\n");
+        write(u"Second.md"_s, "2\n");
+        write(u"Third.md"_s, "3\n");
+        qputenv("VELLORAN_FAKE_NOTES_DELAY_MS", "300");
+        Migrator migrator;
+        connect(&migrator, &Migrator::currentNoteChanged, this, [&] {
+            if (migrator.currentNote() == u"Second"_s)
+                migrator.requestStop();
+        });
+        const Migrator::Report report = migrate(migrator, scan());
+        QCOMPARE(report.notesCreated, 2);
+        QCOMPARE(report.notesFailed, Pairs());
+        QCOMPARE(report.stopped, true);
+        QCOMPARE(names(root().value(u"notes"_s).toArray()), (QStringList { u"First"_s, u"Second"_s }));
+        QCOMPARE(Migrator::reportToVariant(report).value(u"stopped"_s).toBool(), true);
+    }
+
+    // A note that Notes never answers is ended after the grace period and reported as stopped, not as an
+    // error with an empty reason.
+    void stopEndsANoteThatNotesNeverAnswers()
+    {
+        write(u"First.md"_s, "1\n");
+        write(u"Second.md"_s, "2\n");
+        write(u"Third.md"_s, "3\n");
+        fixture->installScript(
+            "[ \"$4\" = Second ] && exec sleep 600\nexec '" + QByteArray(VELLORAN_FAKE_OSASCRIPT) + "' \"$@\"");
+        Migrator migrator;
+        migrator.setStopGracePeriod(std::chrono::milliseconds(300));
+        connect(&migrator, &Migrator::currentNoteChanged, this, [&] {
+            if (migrator.currentNote() == u"Second"_s)
+                QTimer::singleShot(200, &migrator, &Migrator::requestStop);
+        });
+        const Migrator::Report report = migrate(migrator, scan());
+        QCOMPARE(report.notesCreated, 1);
+        QCOMPARE(report.notesFailed, (Pairs { { u"Second"_s, u"stopped before Notes answered"_s } }));
+        QCOMPARE(report.stopped, true);
+        QCOMPARE(names(root().value(u"notes"_s).toArray()), QStringList { u"First"_s });
+    }
+
+    // The first script can wait on Notes for ever (an Automation prompt left open): it can be stopped too.
+    void rootFolderThatNeverAnswersCanBeStopped()
+    {
+        write(u"First.md"_s, "1\n");
+        fixture->installScript("exec sleep 600");
+        Migrator migrator;
+        migrator.setStopGracePeriod(std::chrono::milliseconds(100));
+        QTimer::singleShot(300, &migrator, &Migrator::requestStop);
+        const Migrator::Report report = migrate(migrator, scan());
+        QCOMPARE(report.notesFailed, (Pairs { { u"(setup)"_s, u"stopped before Notes answered"_s } }));
+        QCOMPARE(report.notesCreated, 0);
+        QCOMPARE(report.stopped, true);
+        QCOMPARE(migrator.isRunning(), false);
+    }
+
+    // Nothing blocks the thread that runs the migration, the folder scripts included.
+    void theEventLoopRunsWhileFoldersAreMade()
+    {
+        write(u"A/First.md"_s, "1\n");
+        qputenv("VELLORAN_FAKE_NOTES_DELAY_MS", "300");
+        Migrator migrator;
+        int ticks = 0;
+        QTimer ticker;
+        connect(&ticker, &QTimer::timeout, this, [&] { ++ticks; });
+        ticker.start(20);
+        int ticksAtFirstNote = -1;
+        connect(&migrator, &Migrator::currentNoteChanged, this, [&] {
+            if (ticksAtFirstNote < 0)
+                ticksAtFirstNote = ticks;
+        });
+        const Migrator::Report report = migrate(migrator, scan());
+        QCOMPARE(report.notesCreated, 1);
+        // Two folder scripts of at least 300 ms each ran before the first note: the timer kept ticking.
+        QVERIFY2(ticksAtFirstNote >= 10, qPrintable(QString::number(ticksAtFirstNote)));
     }
 
     void subfoldersAreEnsuredInPlainOrder()

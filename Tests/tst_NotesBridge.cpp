@@ -284,6 +284,31 @@ private slots:
         QVERIFY(first != second);
     }
 
+    // A run killed before it could clean up leaves its folder; the next run removes it, and only it.
+    void foldersOfDeadRunsAreRemoved()
+    {
+        QProcess gone;
+        gone.start(u"true"_s, QStringList());
+        QVERIFY(gone.waitForFinished());
+        const qint64 deadPid = gone.processId() > 0 ? gone.processId() : 999999;
+        const QString uuid = u"01234567-89AB-CDEF-0123-456789ABCDEF"_s;
+        const QDir temp(fixture->tempDir());
+        const QString dead = u"velloran-run-%1-%2"_s.arg(deadPid).arg(uuid);
+        const QString alive = u"velloran-run-1-%1"_s.arg(uuid);
+        const QString mine = u"velloran-run-%1-%2"_s.arg(QCoreApplication::applicationPid()).arg(uuid);
+        for (const QString &name : { dead, alive, mine }) {
+            QVERIFY(temp.mkpath(name));
+            fixture->writeFile(u"tmp/"_s + name + u"/velloran-body-x.html"_s, "left");
+        }
+        fixture->installScript("printf ok");
+        QCOMPARE(NotesBridge::run(u"script"_s, {}), u"ok"_s);
+        QVERIFY(!temp.exists(dead));
+        QVERIFY(temp.exists(alive));
+        QVERIFY(temp.exists(mine));
+        QVERIFY(QDir(temp.filePath(alive)).removeRecursively());
+        QVERIFY(QDir(temp.filePath(mine)).removeRecursively());
+    }
+
     void scriptFileHoldsTheScriptAsUtf8()
     {
         fixture->installScript("cat \"$1\"");

@@ -4,6 +4,7 @@
 #include "NotesFixture.h"
 #include "TestUtil.h"
 
+#include <QElapsedTimer>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -128,7 +129,7 @@ private slots:
             QByteArray("{\"notesCreated\":12,\"notesSkipped\":0,\"notesFailed\":[],\"notesMisfiled\":[],"
                        "\"imagesAttached\":4,\"imagesMissing\":[\"2024-01-16: https://example.com/cat.png\","
                        "\"Launch plan: missing-chart.png\",\"Recipes: gone.jpg\"],"
-                       "\"foldersFlattened\":[\"Projects/2024/Q1\"],\"wikilinksDegraded\":7}\n"));
+                       "\"foldersFlattened\":[\"Projects/2024/Q1\"],\"wikilinksDegraded\":7,\"stopped\":false}\n"));
     }
 
     void migrateWithIssues()
@@ -154,7 +155,7 @@ private slots:
         const TestUtil::CliResult json = runCli({ u"migrate"_s, u"--json"_s, vault });
         QCOMPARE(json.exitCode, 1);
         const QJsonObject report = QJsonDocument::fromJson(json.out).object();
-        QCOMPARE(report.keys().size(), 8);
+        QCOMPARE(report.keys().size(), 9);
         QCOMPARE(report.value(u"notesSkipped"_s).toInteger(), 1);
         QCOMPARE(report.value(u"notesMisfiled"_s).toArray(), QJsonArray());
         QCOMPARE(report.value(u"notesFailed"_s).toArray().size(), 2);
@@ -174,7 +175,7 @@ private slots:
         QCOMPARE(json.out,
             "{\"notesCreated\":0,\"notesSkipped\":0,\"notesFailed\":[[\"(setup)\",\"" + refusedText().toUtf8()
                 + "\"]],\"notesMisfiled\":[],\"imagesAttached\":0,\"imagesMissing\":[],\"foldersFlattened\":[],"
-                  "\"wikilinksDegraded\":0}\n");
+                  "\"wikilinksDegraded\":0,\"stopped\":false}\n");
         QCOMPARE(json.exitCode, 1);
     }
 
@@ -290,7 +291,7 @@ private slots:
         QVERIFY(!QFileInfo::exists(out));
         const TestUtil::CliResult r = runCli({ u"export"_s, u"--json"_s, u"--folder"_s, u"Journal"_s, out });
         QCOMPARE(r.exitCode, 0);
-        QCOMPARE(r.out, QByteArray("{\"written\":2,\"failed\":[],\"folders\":[\"Journal\"]}\n"));
+        QCOMPARE(r.out, QByteArray("{\"written\":2,\"failed\":[],\"folders\":[\"Journal\"],\"stopped\":false}\n"));
         QCOMPARE(TestUtil::hashTree(out).size(), 2);
     }
 
@@ -307,7 +308,7 @@ private slots:
         const TestUtil::CliResult json = runCli({ u"export"_s, u"--json"_s, out });
         QCOMPARE(json.out,
             QByteArray("{\"written\":12,\"failed\":[],\"folders\":[\"Imported by Velloran\",\"Journal\",\"Projects\","
-                       "\"Projects ▸ 2024 ▸ Q1\",\"Reference\"]}\n"));
+                       "\"Projects ▸ 2024 ▸ Q1\",\"Reference\"],\"stopped\":false}\n"));
         QCOMPARE(TestUtil::hashTree(out).size(), 24);
     }
 
@@ -318,7 +319,8 @@ private slots:
         const TestUtil::CliResult r
             = runCli({ u"export"_s, u"--json"_s, u"--folder"_s, u"Reference"_s, out, u"--folder"_s, u"Journal"_s });
         QCOMPARE(r.exitCode, 0);
-        QCOMPARE(r.out, QByteArray("{\"written\":5,\"failed\":[],\"folders\":[\"Journal\",\"Reference\"]}\n"));
+        QCOMPARE(r.out,
+            QByteArray("{\"written\":5,\"failed\":[],\"folders\":[\"Journal\",\"Reference\"],\"stopped\":false}\n"));
         QCOMPARE(runsOf(u"read-folder"_s), 2);
         QCOMPARE(runsOf(u"list-folders"_s), 0);
     }
@@ -335,7 +337,7 @@ private slots:
         const TestUtil::CliResult json = runCli({ u"export"_s, u"--json"_s, out });
         QCOMPARE(json.out,
             "{\"written\":0,\"failed\":[[\"(reading Apple Notes)\",\"" + refusedText().toUtf8()
-                + "\"]],\"folders\":[]}\n");
+                + "\"]],\"folders\":[],\"stopped\":false}\n");
         QCOMPARE(json.exitCode, 1);
         QVERIFY(!QFileInfo::exists(out));
     }
@@ -378,7 +380,64 @@ private slots:
         QCOMPARE(importedNotes(), created);
         QCOMPARE(runsOf(u"create-note"_s), created);
         QCOMPARE(QString::fromUtf8(process.readAllStandardError()), u"Stopping after the current note…\n"_s);
+        QCOMPARE(report.value(u"stopped"_s).toBool(), true);
         // cleanup() checks that no body or script file was left behind.
+    }
+
+    // A terminal that closes (SIGHUP) or a polite kill (SIGTERM) stops the run as Ctrl-C does, and the run's
+    // temporary folder goes with it.
+    void sigtermAndSighupStopLikeCtrlC_data()
+    {
+        QTest::addColumn<int>("signal");
+        QTest::addRow("SIGTERM") << int(SIGTERM);
+        QTest::addRow("SIGHUP") << int(SIGHUP);
+    }
+    void sigtermAndSighupStopLikeCtrlC()
+    {
+        QFETCH(int, signal);
+        for (int i = 1; i <= 20; ++i)
+            TestUtil::writeFile(vault, u"Note %1.md"_s.arg(i, 2, 10, QChar(u'0')), "text\n");
+        qputenv("VELLORAN_FAKE_NOTES_DELAY_MS", "150");
+        QProcess process;
+        process.start(QStringLiteral(VELLORAN_CLI), { u"migrate"_s, u"--json"_s, vault });
+        QVERIFY(process.waitForStarted());
+        QTRY_VERIFY_WITH_TIMEOUT(runsOf(u"create-note"_s) >= 1, 60000);
+        ::kill(pid_t(process.processId()), signal);
+        QVERIFY(process.waitForFinished(60000));
+        QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(process.exitCode(), 130);
+        const QJsonObject report = QJsonDocument::fromJson(process.readAllStandardOutput()).object();
+        QCOMPARE(report.value(u"stopped"_s).toBool(), true);
+        const qint64 created = report.value(u"notesCreated"_s).toInteger();
+        QVERIFY2(created >= 1 && created < 20, qPrintable(QString::number(created)));
+        QCOMPARE(importedNotes(), created);
+        // cleanup() checks that no body or script file, and no run folder, was left behind.
+    }
+
+    // Notes that never answers: Ctrl-C gives the script five seconds, then ends it. The note in flight is
+    // reported as stopped, with a reason.
+    void stopEndsAScriptThatNeverAnswers()
+    {
+        TestUtil::writeFile(vault, u"Hangs.md"_s, "text\n");
+        // The stand-in answers every script but the note creation, which waits for ever.
+        fixture->installScript("grep -q 'set noteName to item 3 of argv' \"$1\" && exec sleep 600\nexec '"
+            + QByteArray(VELLORAN_FAKE_OSASCRIPT) + "' \"$@\"");
+        QProcess process;
+        process.start(QStringLiteral(VELLORAN_CLI), { u"migrate"_s, u"--json"_s, vault });
+        QVERIFY(process.waitForStarted());
+        QTRY_VERIFY_WITH_TIMEOUT(runsOf(u"ensure-folder"_s) >= 1, 60000);
+        QTest::qWait(500);
+        QElapsedTimer timer;
+        timer.start();
+        ::kill(pid_t(process.processId()), SIGINT);
+        QVERIFY(process.waitForFinished(60000));
+        QVERIFY2(timer.elapsed() >= 4000, qPrintable(QString::number(timer.elapsed())));
+        QCOMPARE(process.exitCode(), 130);
+        const QJsonObject report = QJsonDocument::fromJson(process.readAllStandardOutput()).object();
+        QCOMPARE(report.value(u"stopped"_s).toBool(), true);
+        QCOMPARE(report.value(u"notesCreated"_s).toInteger(), 0);
+        QCOMPARE(report.value(u"notesFailed"_s).toArray(),
+            QJsonArray({ QJsonArray({ u"Hangs"_s, u"stopped before Notes answered"_s }) }));
     }
 
     void ctrlCDuringAnExportWritesNothing()
@@ -394,7 +453,8 @@ private slots:
         ::kill(pid_t(process.processId()), SIGINT);
         QVERIFY(process.waitForFinished(60000));
         QCOMPARE(process.exitCode(), 130);
-        QCOMPARE(process.readAllStandardOutput(), QByteArray("{\"written\":0,\"failed\":[],\"folders\":[]}\n"));
+        QCOMPARE(process.readAllStandardOutput(),
+            QByteArray("{\"written\":0,\"failed\":[],\"folders\":[],\"stopped\":true}\n"));
         QVERIFY(!QFileInfo::exists(out) || TestUtil::hashTree(out).isEmpty());
     }
 

@@ -97,6 +97,8 @@ Item {
             current: flow.exporter?.currentNote ?? ""
             placeholder: qsTr("Reading notes…")
             caption: qsTr("Writing Markdown files — your Apple Notes are not modified.")
+            stoppable: true
+            onStopRequested: flow.exporter.requestStop()
         }
     }
 

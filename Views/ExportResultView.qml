@@ -13,8 +13,11 @@ Item {
     property var destination: undefined
 
     readonly property var failed: result ? result.failed : []
-    readonly property bool hasIssues: failed.length > 0
-    readonly property string title: hasIssues ? qsTr("Export finished with issues") : qsTr("Export complete")
+    // A stopped run is never complete, whatever it did before the stop.
+    readonly property bool stopped: result ? result.stopped === true : false
+    readonly property bool hasIssues: failed.length > 0 || stopped
+    readonly property string title: stopped ? qsTr("Export stopped")
+                                            : hasIssues ? qsTr("Export finished with issues") : qsTr("Export complete")
     readonly property string summary: result ? qsTr("%1 notes written · %2 folders").arg(result.written)
                                                .arg(result.folders.length) : ""
 
@@ -62,6 +65,16 @@ Item {
                 spacing: 3
 
                 Label {
+                    objectName: "stoppedNote"
+                    visible: view.stopped
+                    text: qsTr("You stopped the export: the notes it had not reached were not written.")
+                    font.pixelSize: Theme.callout
+                    wrapMode: Text.WordWrap
+                    Layout.fillWidth: true
+                    Layout.bottomMargin: 6
+                }
+                Label {
+                    visible: view.failed.length > 0
                     text: qsTr("Failed (%1)").arg(view.failed.length)
                     font.weight: Font.DemiBold
                     color: Theme.secondary

@@ -12,6 +12,12 @@ ColumnLayout {
     // Shown while `current` is empty.
     property string placeholder
     property string caption
+    // Whether the run can be stopped from here (a "Stop" button below the bar).
+    property bool stoppable: false
+    // Set once Stop was pressed, until the run ends.
+    property bool stopping: false
+
+    signal stopRequested()
 
     spacing: 12
 
@@ -41,6 +47,18 @@ ColumnLayout {
         color: Theme.secondary
         horizontalAlignment: Text.AlignHCenter
         Layout.alignment: Qt.AlignHCenter
+    }
+    Button {
+        objectName: "stopButton"
+        visible: panel.stoppable
+        enabled: !panel.stopping
+        flat: true
+        text: panel.stopping ? qsTr("Stopping…") : qsTr("Stop")
+        Layout.alignment: Qt.AlignHCenter
+        onClicked: {
+            panel.stopping = true
+            panel.stopRequested()
+        }
     }
     Item { Layout.fillHeight: true }
 }

@@ -17,14 +17,21 @@ Item {
     readonly property int notesSkipped: report ? report.notesSkipped : 0
     readonly property int wikilinksDegraded: report ? report.wikilinksDegraded : 0
     // Missing images, skipped notes, flattened folders and degraded wikilinks alone are no issue.
-    readonly property bool hasIssues: failed.length > 0 || misfiled.length > 0
-    readonly property string title: hasIssues ? qsTr("Migration finished with issues") : qsTr("Migration complete")
+    // A stopped run is never complete, whatever it did before the stop.
+    readonly property bool stopped: report ? report.stopped === true : false
+    readonly property bool hasIssues: failed.length > 0 || misfiled.length > 0 || stopped
+    readonly property string title: stopped ? qsTr("Migration stopped")
+                                            : hasIssues ? qsTr("Migration finished with issues") : qsTr("Migration complete")
     readonly property string summary: report ? qsTr("%1 notes · %2 images attached").arg(report.notesCreated)
                                                .arg(report.imagesAttached) : ""
 
     // The sections present, in order: {header, lines} or {text}.
     readonly property var sections: {
         const list = []
+        if (stopped)
+            list.push({
+                "text": qsTr("You stopped the migration: the notes it had not reached are not in Apple Notes. Run it again to carry on; the notes already made are skipped.")
+            })
         if (failed.length > 0)
             list.push({
                 "header": qsTr("Failed (%1)").arg(failed.length),

@@ -170,6 +170,8 @@ Pane {
             current: wizard.migrator?.currentNote ?? ""
             placeholder: qsTr("Preparing…")
             caption: qsTr("Creating notes in Apple Notes — don't quit Notes while this runs.")
+            stoppable: true
+            onStopRequested: wizard.migrator.requestStop()
         }
     }
 

@@ -74,9 +74,9 @@ Item {
             compare(wizard.content.rows.map(row => row.count), ["3 notes", "2 folders", "1 images", "1 wikilinks", "Tables"])
 
             mouseClick(findChild(wizard.content, "migrateButton"))
-            // The folders are made before the first note: the first title shows at once.
+            // The window stays free while the folders are made: the progress screen shows at once.
             compare(wizard.screen, "progress")
-            compare(Screens.visibleTexts(wizard.content)[0], "Ideas")
+            compare(Screens.visibleTexts(wizard.content)[0], "Preparing…")
             tryCompare(wizard, "screen", "report", 60000)
             compare(Screens.visibleTexts(wizard.content), [
                 "Migration complete",
