@@ -342,7 +342,8 @@ Item {
             compare(flow.content.objectName, "exportProgress")
             compare(Screens.visibleTexts(flow.content), [
                 "Reading notes…",
-                "Writing Markdown files — your Apple Notes are not modified."
+                "Writing Markdown files — your Apple Notes are not modified.",
+                "Stop"
             ])
             compare(findChild(flow.content, "progressBar").width, 360)
             fixture.screenshot(flow, "export-progress")

@@ -62,6 +62,21 @@ Item {
             fixture.screenshot(view, "export-result-issues")
         }
 
+        // A stopped export is never complete, even with nothing failed.
+        function test_stopped() {
+            const view = show({ "written": 2, "failed": [], "folders": ["Work"], "stopped": true }, "file:///tmp/out")
+            compare(view.title, "Export stopped")
+            compare(findChild(view, "resultSymbol").symbol, "exclamationmark.triangle.fill")
+            compare(Screens.visibleTexts(view), [
+                "Export stopped",
+                "2 notes written · 1 folders",
+                "You stopped the export: the notes it had not reached were not written.",
+                "Reveal in Finder",
+                "Done"
+            ])
+            fixture.screenshot(view, "export-result-stopped")
+        }
+
         function test_noDestinationNoReveal() {
             const view = show({ "written": 0, "failed": [], "folders": [] }, undefined)
             compare(Screens.visibleTexts(view), ["Export complete", "0 notes written · 0 folders", "Done"])

@@ -63,6 +63,24 @@ Item {
             fixture.screenshot(view, "report-complete")
         }
 
+        // A stopped run is never complete: the title says so, and the stop leads the sections.
+        function test_stopped() {
+            const view = show(root.report({ "notesCreated": 3, "stopped": true,
+                                            "notesFailed": [["Next", "stopped before Notes answered"]] }))
+            compare(view.title, "Migration stopped")
+            compare(findChild(view, "reportSymbol").symbol, "exclamationmark.triangle.fill")
+            compare(Screens.visibleTexts(view), [
+                "Migration stopped",
+                "3 notes · 0 images attached",
+                "You stopped the migration: the notes it had not reached are not in Apple Notes. Run it again to carry on; the notes already made are skipped.",
+                "Failed (1)",
+                "Next — stopped before Notes answered",
+                "Open Apple Notes",
+                "Done"
+            ])
+            fixture.screenshot(view, "report-stopped")
+        }
+
         function test_issues_data() {
             return [
                 { tag: "a failed note", fields: { "notesFailed": [["Plan", "Couldn't read the file"]] } },

@@ -139,5 +139,74 @@ Item {
             compare(exporter.result, undefined)
             compare(exporter.errorMessage, undefined)
         }
+
+        // Stop on the progress screen ends the run after the note in flight and shows what was done.
+        function test_stopAMigration() {
+            fixture.seedNotes('{"folders": []}')
+            const vault = fixture.makeDir()
+            for (let i = 1; i <= 6; ++i)
+                fixture.writeFile(vault, "Note " + i + ".md", "text " + i + "\n")
+            mouseClick(findChild(wizard, "mdToNotesCard"))
+            const zone = findChild(wizard.content, "importDropZone")
+            verify(fixture.dragEnter(zone, [fixture.url(vault)]))
+            verify(fixture.drop(zone))
+            tryCompare(wizard, "screen", "analysis", 10000)
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_DELAY_MS", "400")
+            mouseClick(findChild(wizard.content, "migrateButton"))
+            compare(wizard.screen, "progress")
+            tryCompare(migrator, "currentNote", "Note 2", 30000)
+            const stop = findChild(wizard.content, "stopButton")
+            verify(stop.visible)
+            compare(stop.text, "Stop")
+            compare(stop.flat, true)
+            mouseClick(stop)
+            compare(stop.text, "Stopping…")
+            compare(stop.enabled, false)
+            fixture.screenshot(wizard, "migration-progress-stopping")
+            tryCompare(wizard, "screen", "report", 60000)
+            compare(Screens.visibleTexts(wizard.content), [
+                "Migration stopped",
+                "2 notes · 0 images attached",
+                "You stopped the migration: the notes it had not reached are not in Apple Notes. Run it again to carry on; the notes already made are skipped.",
+                "Open Apple Notes",
+                "Done"
+            ])
+            compare(findChild(wizard.content, "reportSymbol").symbol, "exclamationmark.triangle.fill")
+            fixture.screenshot(wizard, "e2e-migration-stopped")
+            compare(fixture.notesLibrary().folders[0].notes.map(note => note.name), ["Note 1", "Note 2"])
+        }
+
+        function test_stopAnExport() {
+            fixture.seedNotes(JSON.stringify({
+                "folders": [
+                    { "name": "Work", "notes": [{ "name": "Plan", "body": "<div>Plan</div>" }] },
+                    { "name": "Home", "notes": [{ "name": "Groceries", "body": "<div>Groceries</div>" }] },
+                    { "name": "Trips", "notes": [{ "name": "Rome", "body": "<div>Rome</div>" }] }
+                ]
+            }))
+            mouseClick(findChild(wizard, "notesToMdCard"))
+            const flow = wizard.content
+            tryCompare(exporter, "isLoadingFolders", false, 30000)
+            const out = fixture.makeDir()
+            mouseClick(Screens.button(flow.content, "Choose Folder…"))
+            flow.destinationDialog.selectedFolder = fixture.url(out)
+            flow.destinationDialog.accept()
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_DELAY_MS", "400")
+            mouseClick(findChild(flow.content, "exportButton"))
+            compare(flow.stage, "progress")
+            const stop = findChild(flow.content, "stopButton")
+            verify(stop.visible)
+            mouseClick(stop)
+            compare(stop.text, "Stopping…")
+            fixture.screenshot(wizard, "export-progress-stopping")
+            tryCompare(flow, "stage", "result", 60000)
+            compare(Screens.visibleTexts(flow.content), [
+                "Export stopped", "0 notes written · 0 folders",
+                "You stopped the export: the notes it had not reached were not written.",
+                "Reveal in Finder", "Done"
+            ])
+            fixture.screenshot(wizard, "e2e-export-stopped")
+            compare(fixture.files(out), [])
+        }
     }
 }

@@ -23,6 +23,11 @@ Item {
             property bool isRunning: false
             property var report: undefined
             property int clearCalls: 0
+            property int stopCalls: 0
+
+            function requestStop() {
+                stopCalls += 1
+            }
 
             function clearReport() {
                 clearCalls += 1
@@ -302,7 +307,8 @@ Item {
             compare(wizard.content.objectName, "migrationProgress")
             compare(Screens.visibleTexts(wizard.content), [
                 "Preparing…",
-                "Creating notes in Apple Notes — don't quit Notes while this runs."
+                "Creating notes in Apple Notes — don't quit Notes while this runs.",
+                "Stop"
             ])
             compare(findChild(wizard.content, "progressBar").value, 0)
             compare(findChild(wizard.content, "progressBar").width, 360)
@@ -311,10 +317,21 @@ Item {
             migrator.progress = 0.5
             compare(Screens.visibleTexts(wizard.content), [
                 "Ideas",
-                "Creating notes in Apple Notes — don't quit Notes while this runs."
+                "Creating notes in Apple Notes — don't quit Notes while this runs.",
+                "Stop"
             ])
             compare(findChild(wizard.content, "progressBar").value, 0.5)
             fixture.screenshot(wizard, "migration-progress")
+
+            // Stop asks the migrator once and says it is stopping until the run ends.
+            const stop = findChild(wizard.content, "stopButton")
+            compare(stop.flat, true)
+            mouseClick(stop)
+            compare(migrator.stopCalls, 1)
+            compare(stop.text, "Stopping…")
+            compare(stop.enabled, false)
+            mouseClick(stop)
+            compare(migrator.stopCalls, 1)
         }
 
         function test_screenOrder() {
