@@ -311,7 +311,7 @@ struct Renderer
         } else if (name == u"img"_s) {
             const QString src = token.attributes.value(u"src"_s);
             if (!src.isEmpty())
-                out += u"!["_s + token.attributes.value(u"alt"_s) + u"]("_s + src + u')';
+                out += u"!["_s + token.attributes.value(u"alt"_s) + u"]("_s + linkDestination(src) + u')';
         } else if (name == u"hr"_s) {
             rule();
         }
@@ -349,7 +349,7 @@ struct Renderer
                 else
                     collapser.collapse(out);
             } else {
-                out += u"]("_s + target + u')';
+                out += u"]("_s + linkDestination(target) + u')';
             }
         } else if (name == u"ul"_s || name == u"ol"_s) {
             if (!lists.isEmpty())
@@ -1024,6 +1024,40 @@ void closeInline(QString &out, QList<InlineMarker> &stack, InlineMarker marker)
         return; // a stray closing tag writes nothing
     stack.remove(last);
     out += markerText(marker);
+}
+
+QString linkDestination(const QString &target)
+{
+    const auto needsBrackets = [](QChar c) {
+        return c == u' ' || c == u'\t' || c == u'\n' || c == u'\r' || c == u'(' || c == u')' || c == u'<' || c == u'>';
+    };
+    if (std::none_of(target.cbegin(), target.cend(), needsBrackets))
+        return target;
+    // Inside "<" and ">" a destination may hold spaces and parentheses; the few characters it may not
+    // hold are percent-encoded, which every Markdown editor opens the same way.
+    QString out;
+    out.reserve(target.size() + 2);
+    out += u'<';
+    for (const QChar c : target) {
+        switch (c.unicode()) {
+        case u'<':
+            out += u"%3C";
+            break;
+        case u'>':
+            out += u"%3E";
+            break;
+        case u'\n':
+            out += u"%0A";
+            break;
+        case u'\r':
+            out += u"%0D";
+            break;
+        default:
+            out += c;
+        }
+    }
+    out += u'>';
+    return out;
 }
 
 QString escapeMarkdown(QStringView text)

@@ -135,6 +135,11 @@ void closeInline(QString &out, QList<InlineMarker> &stack, InlineMarker marker);
 /// Puts a backslash before "\", "*", "_", "`", "[" and "]".
 QString escapeMarkdown(QStringView text);
 
+/// A link or image target as a Markdown destination that still works: as it is, or, when it holds a space,
+/// a parenthesis, a line break, "<" or ">", between "<" and ">" with "<", ">" and line breaks
+/// percent-encoded.
+QString linkDestination(const QString &target);
+
 /// Unwraps the last bracketed span: the last "[" before the last "]" is removed, and the "]" and all
 /// after it are dropped. Unchanged when there is no such pair. The renderer gets the same result
 /// without looking back through its whole output on every closing anchor.

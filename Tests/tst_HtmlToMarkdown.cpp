@@ -739,6 +739,28 @@ private slots:
 
     // MARK: convert
 
+    // A target with a space, a parenthesis or a line break would end the Markdown link early: such a
+    // target goes between "<" and ">", with "<", ">" and line breaks percent-encoded.
+    void linkTargetsThatWouldBreakTheLinkAreBracketed_data()
+    {
+        QTest::addColumn<QString>("html");
+        QTest::addColumn<QString>("markdown");
+        QTest::addRow("parenthesis") << u"<a href=\"https://en.wikipedia.org/wiki/Foo_(bar)\">Foo</a>"_s
+                                     << u"[Foo](<https://en.wikipedia.org/wiki/Foo_(bar)>)"_s;
+        QTest::addRow("space") << u"<a href=\"my file.pdf\">doc</a>"_s << u"[doc](<my file.pdf>)"_s;
+        QTest::addRow("angle brackets") << u"<a href=\"a b&lt;c&gt;\">x</a>"_s << u"[x](<a b%3Cc%3E>)"_s;
+        QTest::addRow("line break") << u"<a href=\"a\nb\">x</a>"_s << u"[x](<a%0Ab>)"_s;
+        QTest::addRow("image with a space") << u"<img src=\"my photo.png\" alt=\"p\">"_s << u"![p](<my photo.png>)"_s;
+        QTest::addRow("plain target unchanged")
+            << u"<a href=\"https://host/?a=1&amp;b=2\">q</a>"_s << u"[q](https://host/?a=1&b=2)"_s;
+    }
+    void linkTargetsThatWouldBreakTheLinkAreBracketed()
+    {
+        QFETCH(QString, html);
+        QFETCH(QString, markdown);
+        QCOMPARE(HtmlToMarkdown::convert(html), markdown);
+    }
+
     void convert_data()
     {
         QTest::addColumn<QString>("html");
