@@ -215,8 +215,12 @@ QCoro::Task<> Migrator::migrate(VaultAnalysis analysis, QUrl vault)
             co_return;
     }
 
+    // The walk for the image index reads the whole folder tree: off this thread.
     const QString canonicalVault = VaultScanner::canonicalVaultPath(vault);
-    const VaultScanner::ImageIndex images = VaultScanner::imageIndex(vault);
+    QFuture<VaultScanner::ImageIndex> indexing = QtConcurrent::run(VaultScanner::imageIndex, vault);
+    const VaultScanner::ImageIndex images = co_await indexing;
+    if (!self)
+        co_return;
 
     const qsizetype total = analysis.notes.size();
     // A stop request ends the run after the note in flight; the report then covers what was done.
