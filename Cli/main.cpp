@@ -2,6 +2,7 @@
 
 #include "CliIo.h"
 #include "Commands.h"
+#include "ScriptRunner.h"
 
 #include <QCoreApplication>
 
@@ -57,6 +58,8 @@ QString usageMessage(const CLI::App &app, const CLI::ParseError &error)
 int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
+    // Temporary folders of runs that were killed before they could clean up go first.
+    ScriptRunner::RunFolder::removeAbandoned();
     QCoreApplication::setApplicationName(QStringLiteral("velloran-cli"));
     QCoreApplication::setOrganizationName(QStringLiteral("Velloran"));
     QCoreApplication::setApplicationVersion(QStringLiteral(VELLORAN_VERSION));

@@ -1035,29 +1035,9 @@ QString linkDestination(const QString &target)
         return target;
     // Inside "<" and ">" a destination may hold spaces and parentheses; the few characters it may not
     // hold are percent-encoded, which every Markdown editor opens the same way.
-    QString out;
-    out.reserve(target.size() + 2);
-    out += u'<';
-    for (const QChar c : target) {
-        switch (c.unicode()) {
-        case u'<':
-            out += u"%3C";
-            break;
-        case u'>':
-            out += u"%3E";
-            break;
-        case u'\n':
-            out += u"%0A";
-            break;
-        case u'\r':
-            out += u"%0D";
-            break;
-        default:
-            out += c;
-        }
-    }
-    out += u'>';
-    return out;
+    return u'<'
+        + Text::replaceCharacters(target, { { u'<', u"%3C" }, { u'>', u"%3E" }, { u'\n', u"%0A" }, { u'\r', u"%0D" } })
+        + u'>';
 }
 
 QString escapeMarkdown(QStringView text)

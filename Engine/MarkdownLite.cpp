@@ -33,30 +33,8 @@ const QString codeFence = u"```"_s;
 /// turn gives the same text, in whatever order the others come.
 QString escapeHtml(QStringView text)
 {
-    QString out;
-    out.reserve(text.size() + text.size() / 8);
-    for (const QChar c : text) {
-        switch (c.unicode()) {
-        case u'&':
-            out += u"&amp;";
-            break;
-        case u'<':
-            out += u"&lt;";
-            break;
-        case u'>':
-            out += u"&gt;";
-            break;
-        case u'"':
-            out += u"&quot;";
-            break;
-        case u'\'':
-            out += u"&#39;";
-            break;
-        default:
-            out += c;
-        }
-    }
-    return out;
+    return Text::replaceCharacters(
+        text, { { u'&', u"&amp;" }, { u'<', u"&lt;" }, { u'>', u"&gt;" }, { u'"', u"&quot;" }, { u'\'', u"&#39;" } });
 }
 
 QString lastPathComponentOf(const QString &target)

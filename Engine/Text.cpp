@@ -6,6 +6,8 @@
 #include <QStringDecoder>
 #include <QTextBoundaryFinder>
 
+#include <algorithm>
+
 namespace Text {
 
 bool isHorizontalSpace(char16_t c)
@@ -164,6 +166,21 @@ bool localizedCaseInsensitiveLess(QStringView a, QStringView b)
     // A collator per thread: scans and folder listings sort on background threads.
     thread_local const QCollator collator = makeCollator();
     return collator.compare(a, b) < 0;
+}
+
+QString replaceCharacters(QStringView text, std::initializer_list<CharacterReplacement> replacements)
+{
+    QString out;
+    out.reserve(text.size() + text.size() / 8);
+    for (const QChar c : text) {
+        const auto found = std::find_if(replacements.begin(), replacements.end(),
+            [c](const CharacterReplacement &replacement) { return replacement.from == c.unicode(); });
+        if (found == replacements.end())
+            out += c;
+        else
+            out += found->to;
+    }
+    return out;
 }
 
 } // namespace Text

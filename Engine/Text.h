@@ -5,6 +5,7 @@
 #include <QStringView>
 
 #include <algorithm>
+#include <initializer_list>
 #include <optional>
 
 /// Small text helpers shared by every engine unit.
@@ -34,6 +35,17 @@ QStringView leftGraphemes(QStringView text, qsizetype count);
 /// Decodes percent escapes strictly: a "%" not followed by two hexadecimal digits, or bytes that do not
 /// form valid UTF-8 once decoded, give no result. Text without escapes comes back unchanged.
 std::optional<QString> percentDecodeStrict(QStringView text);
+
+/// One character's replacement, for replaceCharacters.
+struct CharacterReplacement
+{
+    char16_t from;
+    QStringView to;
+};
+
+/// `text` with every code unit listed in `replacements` replaced by its text, in one pass; the rest is
+/// copied as it is.
+QString replaceCharacters(QStringView text, std::initializer_list<CharacterReplacement> replacements);
 
 /// Locale-aware, case-insensitive ordering of two texts in the user's locale. Under the C locale, which
 /// orders by code point, English collation is used instead.

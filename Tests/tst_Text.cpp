@@ -15,6 +15,15 @@ class tst_Text : public QObject
     Q_OBJECT
 
 private slots:
+    void replaceCharactersInOnePass()
+    {
+        QCOMPARE(Text::replaceCharacters(u"a<b>&c", { { u'<', u"&lt;" }, { u'&', u"&amp;" } }), u"a&lt;b>&amp;c"_s);
+        // A replacement is never looked at again.
+        QCOMPARE(Text::replaceCharacters(u"&", { { u'&', u"&amp;" }, { u'a', u"A" } }), u"&amp;"_s);
+        QCOMPARE(Text::replaceCharacters(u"", { { u'x', u"y" } }), QString());
+        QCOMPARE(Text::replaceCharacters(u"e\u0301<", { { u'<', u"%3C" } }), u"e\u0301%3C"_s);
+    }
+
     void regexGroups()
     {
         const Regex re(u"!\\[\\[([^\\]|]+?)(?:\\|[^\\]]*)?\\]\\]"_s);
