@@ -11,7 +11,8 @@ typedef unsigned long NSUInteger;
 @protocol NSObject
 @end
 
-__attribute__((objc_root_class)) @interface NSObject <NSObject>
+__attribute__((objc_root_class))
+@interface NSObject<NSObject>
 + (instancetype)alloc;
 - (instancetype)init;
 + (Class)class;
