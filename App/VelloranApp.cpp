@@ -41,8 +41,20 @@ VelloranApp::~VelloranApp() = default;
 
 int VelloranApp::run()
 {
-    if (!showWindow())
+    QQuickView *window = showWindow();
+    if (!window)
         return 1;
+    // VELLORAN_QUIT_WHEN_SHOWN=1: quit once the window has drawn its first frame, saying so on standard
+    // error. The check of an installed copy uses it to prove that the deployed application starts.
+    if (qEnvironmentVariableIntValue("VELLORAN_QUIT_WHEN_SHOWN") == 1) {
+        QObject::connect(
+            window, &QQuickWindow::frameSwapped, &m_application,
+            [window] {
+                qInfo("Velloran: window shown, %dx%d", window->width(), window->height());
+                QGuiApplication::quit();
+            },
+            Qt::QueuedConnection);
+    }
     return QGuiApplication::exec();
 }
 
@@ -70,7 +82,8 @@ QQuickView *VelloranApp::showWindow()
         frame.moveCenter(screen->availableGeometry().center());
         window.setPosition(frame.topLeft());
     }
-    window.show();
+    // Before the first show, so the window never appears with a title bar.
     WindowStyle::hideTitleBar(&window);
+    window.show();
     return &window;
 }

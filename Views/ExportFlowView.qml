@@ -236,27 +236,14 @@ Item {
                             boundsBehavior: Flickable.StopAtBounds
                             ScrollBar.vertical: ScrollBar {}
 
+                            // A plain CheckBox: the macOS style sizes the control from its own indicator and
+                            // label, so a custom content item there loops and widens the rows.
                             delegate: CheckBox {
-                                id: folderToggle
-
                                 required property string modelData
 
                                 text: modelData
                                 checked: flow.selectedFolders.indexOf(modelData) >= 0
                                 onToggled: flow.toggleFolder(modelData, checked)
-                                contentItem: RowLayout {
-                                    spacing: 6
-
-                                    Item { implicitWidth: folderToggle.indicator.width + 2 }
-                                    Symbol {
-                                        symbol: "folder"
-                                        size: Theme.body
-                                        color: Theme.ink
-                                    }
-                                    Label {
-                                        text: folderToggle.text
-                                    }
-                                }
                             }
                         }
                     }

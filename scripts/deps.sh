@@ -12,8 +12,13 @@ debian_packages=(
     qml6-module-qtquick-window qml6-module-qtqml-workerscript qml6-module-qttest
     qml6-module-qt-labs-folderlistmodel
     libicu-dev qcoro-qt6-dev libcli11-dev libbenchmark-dev
+    qml6-module-qtqml qml6-module-qtqml-models
+    clang shellcheck
 )
-brew_packages=(cmake ninja clang-format qt icu4c qcoro6 cli11 google-benchmark python3)
+# Only the Qt modules Velloran uses, not the whole qt formula. icu4c and python3 are aliases of versioned
+# formulae, so they are looked up by what `brew --prefix --installed` says, never by name in a list.
+brew_packages=(cmake ninja clang-format qtbase qtdeclarative qtsvg qttools icu4c qcoro6 cli11 google-benchmark
+    python3 shellcheck)
 
 case "$(uname -s)" in
 Linux)
@@ -32,10 +37,9 @@ Linux)
     ;;
 Darwin)
     command -v brew >/dev/null || { echo "deps: Homebrew is needed: https://brew.sh" >&2; exit 1; }
-    installed=$(brew list --formula -1)
     missing=()
     for p in "${brew_packages[@]}"; do
-        grep -qx "$p" <<<"$installed" || missing+=("$p")
+        brew --prefix --installed "$p" >/dev/null 2>&1 || missing+=("$p")
     done
     [ ${#missing[@]} -eq 0 ] && exit 0
     echo "deps: installing ${missing[*]}" >&2

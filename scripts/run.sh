@@ -5,14 +5,17 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/deps.sh
+# shellcheck source=scripts/env.sh
 . scripts/env.sh
 cmake --preset release >/dev/null
 
 if [ "$(uname -s)" = Darwin ]; then
-    app=build/release/App/Velloran.app/Contents/MacOS/Velloran
-else
-    app=build/release/App/velloran
+    # Started as an application (through Launch Services), not as a child of the terminal: macOS then asks
+    # whether Velloran, not Terminal, may control Notes, and stores the answer for Velloran.
+    cmake --build --preset release --target velloran
+    exec open -W -n build/release/App/Velloran.app --args "$@"
 fi
+app=build/release/App/velloran
 
 if [ -x /usr/bin/osascript ]; then
     cmake --build --preset release --target velloran
