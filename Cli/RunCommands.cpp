@@ -351,6 +351,24 @@ int migrateCommand(const QString &path, bool json)
     return hasIssues(report) ? 1 : 0;
 }
 
+/// Whether every folder named on the command line is one of Notes' (a name, or a label as the export
+/// screen shows it). Otherwise reports the first that is not, or the failure to list the folders.
+QCoro::Task<bool> foldersExist(Exporter &exporter, QStringList folders)
+{
+    QCoro::Task<> loading = exporter.loadFolders();
+    co_await loading;
+    if (exporter.errorMessage()) {
+        CliIo::fail(*exporter.errorMessage());
+        co_return false;
+    }
+    const QStringList unknown = exporter.unknownFolders(folders);
+    if (!unknown.isEmpty()) {
+        CliIo::fail(unknown.first() + tr(": no such folder in Apple Notes"));
+        co_return false;
+    }
+    co_return true;
+}
+
 int exportCommand(const QString &destinationArgument, const QStringList &folders, bool json)
 {
     if (!CliIo::checkDestination(destinationArgument))
@@ -358,6 +376,15 @@ int exportCommand(const QString &destinationArgument, const QStringList &folders
     const QString destination = QFileInfo(destinationArgument).absoluteFilePath();
     Interrupt interrupt;
     Exporter exporter;
+    if (!folders.isEmpty()) {
+        bool exist = false;
+        runOnEventLoop([](Exporter &exporter, QStringList folders, bool &exist) -> QCoro::Task<> {
+            QCoro::Task<bool> checking = foldersExist(exporter, std::move(folders));
+            exist = co_await checking;
+        }(exporter, folders, exist));
+        if (!exist)
+            return 1;
+    }
     runOnEventLoop(exportFolders(exporter, folders, destination, interrupt));
     const NotesExporter::Result result = exporter.result().value_or(NotesExporter::Result {});
     CliIo::out(json ? resultJson(result) : resultText(result).toUtf8());
@@ -584,7 +611,10 @@ void addRunCommands(CLI::App &app, int &exitCode)
     exportRun
         ->add_option("DEST", *exportDestination, "The output folder; made when missing, inside a folder that exists")
         ->required();
-    exportRun->add_option("--folder", *exportFolders, "A Notes folder to export; repeat for more (default: all)")
+    exportRun
+        ->add_option("--folder", *exportFolders,
+            "A Notes folder to export, by name (every folder of that name) or as the export screen labels it "
+            "(\"Notes — iCloud\"); repeat for more (default: all). A folder that Notes does not have is an error")
         ->allow_extra_args(false)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     exportRun->add_flag("--json", *exportJson, "Print the result as JSON (a failure as {\"error\": MESSAGE})");

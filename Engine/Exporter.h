@@ -59,10 +59,27 @@ public:
     /// Stores the folder's path as the favourite, or forgets the favourite.
     void setFavourite(const std::optional<QUrl> &folder);
 
-    /// Fills availableFolders from Notes.
+    /// Fills availableFolders from Notes: one label per folder, its name, or for a name that several
+    /// folders share, the name with what tells them apart (see folderLabels).
     QCoro::Task<> loadFolders();
-    /// Exports the named folders (all folders when empty) into `to`, leaving the outcome in result.
+    /// Exports the chosen folders (all folders when none) into `to`, leaving the outcome in result. Each
+    /// choice is a label of availableFolders or a folder name, which stands for every folder of that
+    /// name; one that is neither is listed as failed. Folders are read in list order, each once, and
+    /// same-named ones are written into distinct subfolders ("Notes", "Notes (2)").
     QCoro::Task<> exportNotes(QStringList selectedFolders, QUrl to);
+    /// The choices, among `selection`, that are neither a label nor a name of the folders last loaded.
+    QStringList unknownFolders(const QStringList &selection) const;
+
+    /// One label per folder, in order: the folder's name when no other folder has it; otherwise the name,
+    /// " — " and the account ("Notes — iCloud") or "in " and the parent ("Archive — in Work"), with the
+    /// account added to the parent ("Archive — in Work, iCloud") when the parents alone do not tell them
+    /// apart, and " (2)", " (3)" after a label that is still not unique. Folders listed without an id
+    /// (the plain folder list) keep their names: same-named ones cannot be told apart.
+    static QStringList folderLabels(const QList<NotesExporter::FolderEntry> &folders);
+    /// The subfolder name for each of `folders` (in export order): its name, or for the second and later
+    /// folders of a name (compared case-insensitively), the name and " (2)", " (3)"…, skipping any that
+    /// another folder's name or an earlier choice holds.
+    static QStringList subfolderNames(const QList<NotesExporter::FolderEntry> &folders);
     /// Clears the outcome of a finished export.
     Q_INVOKABLE void reset();
     /// Asks a running export to stop after the note being written; the result then covers what was done.
@@ -99,6 +116,9 @@ private:
     QString m_currentNote;
     bool m_isRunning = false;
     QStringList m_availableFolders;
+    /// The folders last loaded, and their labels (one each).
+    QList<NotesExporter::FolderEntry> m_folders;
+    QStringList m_folderLabels;
     bool m_isLoadingFolders = false;
     std::optional<NotesExporter::Result> m_result;
     std::optional<QString> m_errorMessage;

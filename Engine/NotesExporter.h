@@ -33,6 +33,21 @@ struct NoteRecord
     friend bool operator==(const NoteRecord &, const NoteRecord &) = default;
 };
 
+/// One Notes folder as the folder list gives it.
+struct FolderEntry
+{
+    /// Notes' id of the folder; empty when the folder list came from the plain list program, which
+    /// gives names only.
+    QString id;
+    QString name;
+    /// The name of the folder's account; empty when not known.
+    QString account;
+    /// The name of the folder that holds it; empty for a top-level folder, or when not known.
+    QString parent;
+
+    friend bool operator==(const FolderEntry &, const FolderEntry &) = default;
+};
+
 /// A failure of the read side's script runner.
 class ExportError : public VelloranError
 {
@@ -92,6 +107,8 @@ struct FolderRead
     QList<NoteRecord> notes;
     /// The description of the failure; empty when the folder was read.
     QString failure;
+    /// The program did not compile (osascript's -2740 or -2741): this Notes lacks a term it uses.
+    bool notCompiled = false;
 };
 
 // Without blocking: the scripts go into the context's run folder, and its stop signal ends them (they
@@ -100,6 +117,14 @@ struct FolderRead
 QCoro::Task<QStringList> listFolders(ScriptRunner::Context context);
 /// One folder's notes. A failed script is the read's failure; only RunStopped is thrown.
 QCoro::Task<FolderRead> readFolder(ScriptRunner::Context context, QString folder);
+/// Every folder with its id, account and parent, sorted as listFolders() sorts names (folders of the same
+/// name keep the order in which Notes listed them). When this Notes cannot compile the program that
+/// gives them, the plain folder list is read instead: the entries then hold names only, and folders
+/// of the same name cannot be told apart. Throws as listFolders() does.
+QCoro::Task<QList<FolderEntry>> listFolderDetails(ScriptRunner::Context context);
+/// The notes of the folder with the id `id`, whose bodies hold no separator. A folder that no longer
+/// exists is a failure. Throws only RunStopped.
+QCoro::Task<FolderRead> readFolderById(ScriptRunner::Context context, QString id);
 
 /// For a body that the read program replaced with its could-not-read explanation, the reason it gives.
 std::optional<QString> unreadableBodyReason(const QString &html);

@@ -96,6 +96,37 @@ QStringList folderNames(const QString &output)
 
 } // namespace
 
+QList<FolderEntry> parseFolderDetails(const QString &output)
+{
+    QList<FolderEntry> entries;
+    for (const QStringView piece : QStringView(output).split(recordSep)) {
+        const QList<QStringView> fields = piece.split(fieldSep);
+        if (fields.size() < 4)
+            continue;
+        const auto field
+            = [&fields](qsizetype i) { return stripFieldSeparators(Text::trimWhitespaceAndNewlines(fields[i])); };
+        FolderEntry entry { field(0), field(1), field(2), field(3) };
+        if (!entry.id.isEmpty() && !entry.name.isEmpty())
+            entries.append(std::move(entry));
+    }
+    return entries;
+}
+
+bool isCompileFailure(QStringView message)
+{
+    const QStringView trimmed = Text::trimWhitespaceAndNewlines(message);
+    return trimmed.endsWith(u"(-2740)") || trimmed.endsWith(u"(-2741)");
+}
+
+namespace {
+
+void sortByName(QList<FolderEntry> &entries)
+{
+    Text::stableSortLocalized(entries, [](const FolderEntry &entry) { return QStringView(entry.name); });
+}
+
+} // namespace
+
 QStringList listFolders()
 {
     return folderNames(run(withStripSeps(folderListProgram), {}));
@@ -145,6 +176,52 @@ QCoro::Task<FolderRead> readFolder(ScriptRunner::Context context, QString folder
         read.notes = co_await parsing;
     } catch (const RunStopped &) {
         throw;
+    } catch (const std::exception &error) {
+        read.failure = errorDescription(error);
+    }
+    co_return read;
+}
+
+QCoro::Task<QList<FolderEntry>> listFolderDetails(ScriptRunner::Context context)
+{
+    QList<FolderEntry> entries;
+    bool compiled = true;
+    try {
+        QCoro::Task<QString> running = ScriptRunner::run(
+            ScriptRunner::Side::read, withStripSeps(folderDetailsProgram), QStringList(), context.folder, context.stop);
+        entries = parseFolderDetails(co_await running);
+    } catch (const ExportError &error) {
+        if (error.kind() != ExportError::Kind::scriptFailed || !isCompileFailure(error.message()))
+            throw;
+        compiled = false;
+    }
+    if (compiled) {
+        sortByName(entries);
+        co_return entries;
+    }
+    // This Notes does not know a term of the details program: names alone, from the plain list.
+    QCoro::Task<QStringList> listing = listFolders(context);
+    const QStringList names = co_await listing;
+    entries.clear();
+    for (const QString &name : names)
+        entries.append({ QString(), name, QString(), QString() });
+    co_return entries;
+}
+
+QCoro::Task<FolderRead> readFolderById(ScriptRunner::Context context, QString id)
+{
+    FolderRead read;
+    try {
+        QCoro::Task<QString> running = ScriptRunner::run(ScriptRunner::Side::read, withStripSeps(folderReadByIdProgram),
+            QStringList(id), context.folder, context.stop);
+        const QString output = co_await running;
+        QFuture<QList<NoteRecord>> parsing = QtConcurrent::run(parseRecords, output);
+        read.notes = co_await parsing;
+    } catch (const RunStopped &) {
+        throw;
+    } catch (const ExportError &error) {
+        read.failure = errorDescription(error);
+        read.notCompiled = error.kind() == ExportError::Kind::scriptFailed && isCompileFailure(error.message());
     } catch (const std::exception &error) {
         read.failure = errorDescription(error);
     }

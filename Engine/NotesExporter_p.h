@@ -1,6 +1,6 @@
 #pragma once
 
-// Private to the read side of the Notes bridge: its script runner, its two programs with their shared
+// Private to the read side of the Notes bridge: its script runner, its four programs with their shared
 // helper handler, and the parsing of their output. Declared here so that tests reach them.
 
 #include "NotesExporter.h"
@@ -80,6 +80,80 @@ inline constexpr QStringView folderReadProgram
       u"    end tell\n"
       u"    return out\n"
       u"end run\n";
+
+// The two programs that tell same-named folders apart. Both keep to the plainest terms of Notes'
+// dictionary: a folder's `id`, `name` and `container`, `folder id X` and a note's `name` and `body`.
+// A folder's container is the folder that holds it or, for a top-level folder, its account; climbing
+// containers until one is not a folder reaches the account, whatever the depth. (An account's own
+// `folders` element would be the other way, but whether it holds nested folders is not known.)
+// Each builds its output as a list of texts joined once at the end: repeated `&` on one growing text
+// copies it every time, which is quadratic, and a folder of notes with images reads as megabytes. The
+// empty last item makes the output end with a record separator, as the plain programs' output does.
+
+/// No arguments. Prints, per folder in the order `folders` gives them, its id, a field separator, its
+/// name, a field separator, its account's name, a field separator, the name of the folder that holds it
+/// (empty at the top level) and a record separator. Every field is stripped of both separators.
+inline constexpr QStringView folderDetailsProgram
+    = u"on run argv\n"
+      u"    set rows to {}\n"
+      u"    tell application \"Notes\"\n"
+      u"        repeat with f in folders\n"
+      u"            set parentName to \"\"\n"
+      u"            set c to container of f\n"
+      u"            if class of c is folder then set parentName to name of c\n"
+      u"            repeat while class of c is folder\n"
+      u"                set c to container of c\n"
+      u"            end repeat\n"
+      u"            set end of rows to my stripSeps(id of f) & \"\u001F\" & my stripSeps(name of f) & \"\u001F\" & "
+      u"my stripSeps(name of c) & \"\u001F\" & my stripSeps(parentName)\n"
+      u"        end repeat\n"
+      u"    end tell\n"
+      u"    set end of rows to \"\"\n"
+      u"    set AppleScript's text item delimiters to \"\u001E\"\n"
+      u"    set out to rows as text\n"
+      u"    set AppleScript's text item delimiters to \"\"\n"
+      u"    return out\n"
+      u"end run\n";
+
+/// argv: a folder's id. Prints what folderReadProgram prints for that folder, with the separators also
+/// stripped from every body (and from the could-not-read explanation), so that a body can neither forge
+/// nor cut a record. A folder that does not exist is an error (-1728).
+inline constexpr QStringView folderReadByIdProgram
+    = u"on run argv\n"
+      u"    set fId to item 1 of argv\n"
+      u"    set rows to {}\n"
+      u"    tell application \"Notes\"\n"
+      u"        set f to folder id fId\n"
+      u"        set fClean to my stripSeps(name of f)\n"
+      u"        repeat with n in notes of f\n"
+      u"            set noteName to \"(untitled)\"\n"
+      u"            try\n"
+      u"                set noteName to my stripSeps(name of n)\n"
+      u"            end try\n"
+      u"            set noteBody to \"\"\n"
+      u"            try\n"
+      u"                set noteBody to my stripSeps(body of n)\n"
+      u"            on error errMsg\n"
+      u"                set noteBody to \"<div>[Velloran: could not read this note's body — \" & "
+      u"my stripSeps(errMsg) & \"]</div>\"\n"
+      u"            end try\n"
+      u"            set end of rows to fClean & \"\u001F\" & noteName & \"\u001F\" & noteBody\n"
+      u"        end repeat\n"
+      u"    end tell\n"
+      u"    set end of rows to \"\"\n"
+      u"    set AppleScript's text item delimiters to \"\u001E\"\n"
+      u"    set out to rows as text\n"
+      u"    set AppleScript's text item delimiters to \"\"\n"
+      u"    return out\n"
+      u"end run\n";
+
+/// The folders of a folder details output, in order. Each field is trimmed of white space and line
+/// breaks; pieces with fewer than four fields, or with an empty id or name, are skipped.
+QList<FolderEntry> parseFolderDetails(const QString &output);
+
+/// Whether a script failure's message is osascript's report of a program that did not compile: it ends
+/// with "(-2740)" or "(-2741)".
+bool isCompileFailure(QStringView message);
 
 /// The note records of a folder read's output, in order. Pieces that are blank, or that have fewer than
 /// three fields, are skipped. Every field after the second belongs to the body, so a body holding a field

@@ -17,6 +17,8 @@
 using namespace Qt::StringLiterals;
 using Pairs = QList<std::pair<QString, QString>>;
 
+Q_DECLARE_METATYPE(QList<NotesExporter::FolderEntry>)
+
 namespace {
 
 QString refusedText()
@@ -33,6 +35,43 @@ const QByteArray library = R"({"folders": [
     {"name": "home", "notes": [{"name": "Shopping", "body": "<div>Shopping</div><div>milk</div>"}]},
     {"name": "Empty"}
 ]})";
+
+/// Two accounts, each with a top-level "Notes" and an "Archive" one level down, and a note of the same
+/// name in both "Notes".
+const QByteArray twoAccounts = R"({
+    "folders": [
+        {"name": "Notes", "notes": [{"name": "Hello", "body": "<div>Hello</div><div>from iCloud</div>"}]},
+        {"name": "Work", "folders": [{"name": "Archive", "notes": [{"name": "Old plan", "body": "<div>Old plan</div>"}]}]}],
+    "accounts": [{"name": "On My Mac", "folders": [
+        {"name": "Notes", "notes": [{"name": "Hello", "body": "<div>Hello</div><div>from the Mac</div>"}]},
+        {"name": "Home", "folders": [{"name": "Archive", "notes": [{"name": "Receipt", "body": "<div>Receipt</div>"}]}]}]}]
+})";
+
+/// Every file below `root`, by relative path, sorted.
+QStringList filesBelow(const QString &root)
+{
+    QStringList files = TestUtil::hashTree(root).keys();
+    files.sort();
+    return files;
+}
+
+/// The programs that the stand-in ran, in order, each with its arguments after a space.
+QStringList programsRun(const NotesFixture &fixture)
+{
+    QStringList programs;
+    for (const QJsonObject &run : fixture.runs()) {
+        QStringList argv;
+        for (const QJsonValue value : run.value(u"argv"_s).toArray())
+            argv.append(value.toString());
+        programs.append((QStringList { run.value(u"program"_s).toString() } + argv.mid(1)).join(u' '));
+    }
+    return programs;
+}
+
+QString folderId(const QString &place)
+{
+    return u"x-coredata://FakeNotes/ICFolder/p"_s + place;
+}
 
 /// Every published change of an exporter, in order, with the value it changed to.
 class Recorder
@@ -227,7 +266,9 @@ private slots:
         QStringList programs;
         for (const QJsonObject &run : fixture->runs())
             programs.append(run.value(u"program"_s).toString());
-        QCOMPARE(programs.count(u"read-folder"_s), 4);
+        QCOMPARE(programs,
+            (QStringList { u"list-folder-details"_s, u"read-folder-by-id"_s, u"read-folder-by-id"_s,
+                u"read-folder-by-id"_s, u"read-folder-by-id"_s }));
 
         const QVariantMap view = exporter.property("result").toMap();
         QCOMPARE(view.value(u"written"_s).toLongLong(), 4);
@@ -245,6 +286,179 @@ private slots:
         QCOMPARE(exporter.result()->folders, (QSet<QString> { u"home"_s, u"Archive"_s }));
         QVERIFY(!QFileInfo::exists(out + u"/Work"_s));
         QCOMPARE(QDir(out).entryList(QDir::Dirs | QDir::NoDotAndDotDot), (QStringList { u"Archive"_s, u"home"_s }));
+    }
+
+    // Same-named folders
+
+    void sameNamedFoldersAreEachExportedOnce()
+    {
+        fixture->seed(twoAccounts);
+        const QString out = fixture->path(u"out"_s);
+        Exporter exporter;
+        run(exporter, {}, out);
+        const NotesExporter::Result result = *exporter.result();
+        QCOMPARE(result.failed, Pairs());
+        QCOMPARE(result.written, 4);
+        QCOMPARE(result.folders, (QSet<QString> { u"Archive"_s, u"Archive (2)"_s, u"Notes"_s, u"Notes (2)"_s }));
+        // In list order: the first account's folder first.
+        QCOMPARE(filesBelow(out),
+            (QStringList {
+                u"Archive (2)/Receipt.md"_s, u"Archive/Old plan.md"_s, u"Notes (2)/Hello.md"_s, u"Notes/Hello.md"_s }));
+        QCOMPARE(read(out + u"/Notes/Hello.md"_s), u"# Hello\n\nHello\nfrom iCloud\n"_s);
+        QCOMPARE(read(out + u"/Notes (2)/Hello.md"_s), u"# Hello\n\nHello\nfrom the Mac\n"_s);
+        QCOMPARE(read(out + u"/Archive/Old plan.md"_s), u"# Old plan\n\nOld plan\n"_s);
+        QCOMPARE(read(out + u"/Archive (2)/Receipt.md"_s), u"# Receipt\n\nReceipt\n"_s);
+        // One list, then each folder read once, by its id.
+        QCOMPARE(programsRun(*fixture),
+            (QStringList { u"list-folder-details"_s, u"read-folder-by-id "_s + folderId(u"0-2-1"_s),
+                u"read-folder-by-id "_s + folderId(u"1-2-1"_s), u"read-folder-by-id "_s + folderId(u"1-2"_s),
+                u"read-folder-by-id "_s + folderId(u"0-1"_s), u"read-folder-by-id "_s + folderId(u"1-1"_s),
+                u"read-folder-by-id "_s + folderId(u"0-2"_s) }));
+    }
+
+    void sameNamedFoldersAreLabelledApart()
+    {
+        fixture->seed(twoAccounts);
+        Exporter exporter;
+        load(exporter);
+        QCOMPARE(exporter.availableFolders(),
+            (QStringList { u"Archive — in Work"_s, u"Archive — in Home"_s, u"Home"_s, u"Notes — iCloud"_s,
+                u"Notes — On My Mac"_s, u"Work"_s }));
+        QCOMPARE(exporter.unknownFolders({ u"Notes"_s, u"Notes — iCloud"_s, u"Archive — in Home"_s, u"Home"_s }),
+            QStringList());
+        QCOMPARE(exporter.unknownFolders({ u"Notes — Exchange"_s, u"notes"_s, u"Home"_s }),
+            (QStringList { u"Notes — Exchange"_s, u"notes"_s }));
+    }
+
+    void chosenLabelReadsThatFolderOnly()
+    {
+        fixture->seed(twoAccounts);
+        const QString out = fixture->path(u"out"_s);
+        Exporter exporter;
+        run(exporter, { u"Notes — On My Mac"_s, u"Archive — in Work"_s }, out);
+        QCOMPARE(exporter.result()->failed, Pairs());
+        QCOMPARE(exporter.result()->written, 2);
+        QCOMPARE(filesBelow(out), (QStringList { u"Archive/Old plan.md"_s, u"Notes/Hello.md"_s }));
+        QCOMPARE(read(out + u"/Notes/Hello.md"_s), u"# Hello\n\nHello\nfrom the Mac\n"_s);
+        QCOMPARE(programsRun(*fixture),
+            (QStringList { u"list-folder-details"_s, u"read-folder-by-id "_s + folderId(u"0-2-1"_s),
+                u"read-folder-by-id "_s + folderId(u"1-1"_s) }));
+    }
+
+    void chosenNameStandsForEveryFolderOfThatName()
+    {
+        fixture->seed(twoAccounts);
+        const QString out = fixture->path(u"out"_s);
+        Exporter exporter;
+        // Chosen twice, by name and by label: still read once.
+        run(exporter, { u"Notes"_s, u"Notes — iCloud"_s }, out);
+        QCOMPARE(exporter.result()->failed, Pairs());
+        QCOMPARE(exporter.result()->written, 2);
+        QCOMPARE(filesBelow(out), (QStringList { u"Notes (2)/Hello.md"_s, u"Notes/Hello.md"_s }));
+        QCOMPARE(read(out + u"/Notes (2)/Hello.md"_s), u"# Hello\n\nHello\nfrom the Mac\n"_s);
+        QCOMPARE(programsRun(*fixture).size(), 3);
+    }
+
+    void chosenFolderThatNotesLacksIsListed()
+    {
+        fixture->seed(twoAccounts);
+        const QString out = fixture->path(u"out"_s);
+        Exporter exporter;
+        run(exporter, { u"Nowhere"_s, u"Archive — in Home"_s }, out);
+        QCOMPARE(exporter.result()->failed, (Pairs { { u"(folder Nowhere)"_s, u"no such folder in Apple Notes"_s } }));
+        QCOMPARE(filesBelow(out), QStringList { u"Archive/Receipt.md"_s });
+        QVERIFY(!exporter.errorMessage());
+    }
+
+    void olderNotesExportsTheFirstOfEachName()
+    {
+        fixture->seed(twoAccounts);
+        qputenv("VELLORAN_FAKE_NOTES_OLD_NOTES", "1");
+        const QString out = fixture->path(u"out"_s);
+        Exporter exporter;
+        load(exporter);
+        // Same-named folders cannot be told apart: one entry each.
+        QCOMPARE(exporter.availableFolders(), (QStringList { u"Archive"_s, u"Home"_s, u"Notes"_s, u"Work"_s }));
+        fixture->writeFile(u"runs.jsonl"_s, {});
+
+        run(exporter, {}, out);
+        const NotesExporter::Result result = *exporter.result();
+        QCOMPARE(result.written, 2);
+        QCOMPARE(result.failed,
+            (Pairs { { u"(folder Archive)"_s, u"not exported: another folder has the same name"_s },
+                { u"(folder Notes)"_s, u"not exported: another folder has the same name"_s } }));
+        QCOMPARE(filesBelow(out), (QStringList { u"Archive/Old plan.md"_s, u"Notes/Hello.md"_s }));
+        QCOMPARE(read(out + u"/Notes/Hello.md"_s), u"# Hello\n\nHello\nfrom iCloud\n"_s);
+        QCOMPARE(programsRun(*fixture),
+            (QStringList { u"list-folder-details"_s, u"list-folders"_s, u"read-folder Archive"_s, u"read-folder Home"_s,
+                u"read-folder Notes"_s, u"read-folder Work"_s }));
+        QVERIFY(!exporter.errorMessage());
+
+        // Chosen by name: the same.
+        const QString again = fixture->path(u"again"_s);
+        run(exporter, { u"Notes"_s }, again);
+        QCOMPARE(exporter.result()->written, 1);
+        QCOMPARE(exporter.result()->failed,
+            (Pairs { { u"(folder Notes)"_s, u"not exported: another folder has the same name"_s } }));
+        QCOMPARE(filesBelow(again), QStringList { u"Notes/Hello.md"_s });
+    }
+
+    void folderLabels_data()
+    {
+        using Entries = QList<NotesExporter::FolderEntry>;
+        QTest::addColumn<Entries>("folders");
+        QTest::addColumn<QStringList>("labels");
+        QTest::addRow("unique names stay")
+            << Entries { { u"1"_s, u"A"_s, u"iCloud"_s, {} }, { u"2"_s, u"B"_s, u"iCloud"_s, u"A"_s } }
+            << QStringList { u"A"_s, u"B"_s };
+        QTest::addRow("names differing in case are unique") << Entries { { u"1"_s, u"Work"_s, u"iCloud"_s, {} },
+            { u"2"_s, u"work"_s, u"iCloud"_s, {} } } << QStringList { u"Work"_s, u"work"_s };
+        QTest::addRow("account and parent")
+            << Entries { { u"1"_s, u"Archive"_s, u"iCloud"_s, {} }, { u"2"_s, u"Archive"_s, u"iCloud"_s, u"Work"_s } }
+            << QStringList { u"Archive — iCloud"_s, u"Archive — in Work"_s };
+        QTest::addRow("same parent's name in two accounts") << Entries {
+            { u"1"_s, u"Archive"_s, u"iCloud"_s, u"Work"_s }, { u"2"_s, u"Archive"_s, u"On My Mac"_s, u"Work"_s }
+        } << QStringList { u"Archive — in Work, iCloud"_s, u"Archive — in Work, On My Mac"_s };
+        QTest::addRow("same parent's name in one account") << Entries {
+            { u"1"_s, u"Archive"_s, u"iCloud"_s, u"Work"_s }, { u"2"_s, u"Archive"_s, u"iCloud"_s, u"Work"_s },
+            { u"3"_s, u"Archive"_s, u"iCloud"_s, {} }
+        } << QStringList { u"Archive — in Work, iCloud"_s, u"Archive — in Work, iCloud (2)"_s, u"Archive — iCloud"_s };
+        QTest::addRow("a folder named like a label")
+            << Entries { { u"1"_s, u"Notes"_s, u"iCloud"_s, {} }, { u"2"_s, u"Notes — iCloud"_s, u"iCloud"_s, {} },
+                   { u"3"_s, u"Notes"_s, u"On My Mac"_s, {} } }
+            << QStringList { u"Notes — iCloud"_s, u"Notes — iCloud (2)"_s, u"Notes — On My Mac"_s };
+        QTest::addRow("names only") << Entries { { {}, u"Notes"_s, {}, {} }, { {}, u"Notes"_s, {}, {} } }
+                                    << QStringList { u"Notes"_s, u"Notes"_s };
+    }
+
+    void folderLabels()
+    {
+        QFETCH(QList<NotesExporter::FolderEntry>, folders);
+        QFETCH(QStringList, labels);
+        QCOMPARE(Exporter::folderLabels(folders), labels);
+    }
+
+    void subfolderNames_data()
+    {
+        QTest::addColumn<QStringList>("names");
+        QTest::addColumn<QStringList>("subfolders");
+        QTest::addRow("unique") << QStringList { u"A"_s, u"B"_s } << QStringList { u"A"_s, u"B"_s };
+        QTest::addRow("three of a name") << QStringList { u"Notes"_s, u"Notes"_s, u"Notes"_s }
+                                         << QStringList { u"Notes"_s, u"Notes (2)"_s, u"Notes (3)"_s };
+        QTest::addRow("a folder already named Notes (2)") << QStringList { u"Notes"_s, u"Notes"_s, u"Notes (2)"_s }
+                                                          << QStringList { u"Notes"_s, u"Notes (3)"_s, u"Notes (2)"_s };
+        QTest::addRow("names differing in case")
+            << QStringList { u"Work"_s, u"work"_s } << QStringList { u"Work"_s, u"work (2)"_s };
+    }
+
+    void subfolderNames()
+    {
+        QFETCH(QStringList, names);
+        QFETCH(QStringList, subfolders);
+        QList<NotesExporter::FolderEntry> folders;
+        for (const QString &name : names)
+            folders.append({ u"id"_s, name, u"iCloud"_s, {} });
+        QCOMPARE(Exporter::subfolderNames(folders), subfolders);
     }
 
     void publishedStateInOrder()
@@ -416,7 +630,7 @@ private slots:
     void stopEndsAReadThatNeverAnswers()
     {
         fixture->seed(library);
-        fixture->installScript("grep -q 'set fName to item 1 of argv' \"$1\" && exec sleep 600\nexec '"
+        fixture->installScript("grep -q 'set fId to item 1 of argv' \"$1\" && exec sleep 600\nexec '"
             + QByteArray(VELLORAN_FAKE_OSASCRIPT) + "' \"$@\"");
         const QString out = fixture->path(u"out"_s);
         Exporter exporter;

@@ -34,6 +34,30 @@ QString readProgram()
     return NotesExporter::folderReadProgram.toString() + NotesExporter::stripSepsHandler.toString();
 }
 
+QString detailsProgram()
+{
+    return NotesExporter::folderDetailsProgram.toString() + NotesExporter::stripSepsHandler.toString();
+}
+
+QString readByIdProgram()
+{
+    return NotesExporter::folderReadByIdProgram.toString() + NotesExporter::stripSepsHandler.toString();
+}
+
+/// Two accounts, each with a top-level "Notes" and an "Archive" one level down.
+const QByteArray twoAccounts = R"({
+    "folders": [{"name": "Notes", "notes": [{"name": "A", "body": "<div>iCloud</div>"}],
+                 "folders": [{"name": "Archive"}]}],
+    "accounts": [{"name": "On My Mac", "folders": [
+        {"name": "Notes", "notes": [{"name": "B", "body": "<div>on the Mac</div>"}]},
+        {"name": "Work", "folders": [{"name": "Archive", "notes": [{"name": "C", "body": "<div>old</div>"}]}]}]}]
+})";
+
+QString folderId(const QString &place)
+{
+    return u"x-coredata://FakeNotes/ICFolder/p"_s + place;
+}
+
 } // namespace
 
 class tst_FakeNotes : public QObject
@@ -105,7 +129,9 @@ private slots:
                 "  VELLORAN_FAKE_NOTES_TIMEOUT   When set (and not 0), Notes times out:\n",
                 "  VELLORAN_FAKE_NOTES_FAIL_FOLDER\n", "  VELLORAN_FAKE_NOTES_FAIL_NOTE Note names, one per line",
                 "  VELLORAN_FAKE_NOTES_DELAY_MS  Milliseconds to wait before answering.\n",
-                "  VELLORAN_FAKE_NOTES_LOG       A file to which each run appends one JSON line:\n" })
+                "  VELLORAN_FAKE_NOTES_LOG       A file to which each run appends one JSON line:\n",
+                "  VELLORAN_FAKE_NOTES_OLD_NOTES When set (and not 0), the list folder details and read folder by id\n",
+                "  { \"folders\": [ { \"name\": \"Work\",\n", "    \"accounts\": [ { \"name\": \"On My Mac\",\n" })
             QVERIFY2(run.out.contains(line), line);
         QCOMPARE(fake({ u"-h"_s }).out, run.out);
     }
@@ -130,6 +156,21 @@ private slots:
         QCOMPARE(QJsonDocument::fromJson(printed()).object(), expected);
         QCOMPARE(fixture->library(), expected);
         QVERIFY(printed().endsWith("}\n"));
+    }
+
+    void seedAndPrintAccounts()
+    {
+        fixture->seed(R"({"folders": [], "accounts": [{"name": "On My Mac", "folders": [{"name": "N"}]},
+                                                      {"name": "Exchange"}]})");
+        const QJsonObject expected = QJsonDocument::fromJson(R"({"folders": [], "accounts": [
+            {"name": "On My Mac", "folders": [{"name": "N", "notes": [], "folders": []}]},
+            {"name": "Exchange", "folders": []}]})")
+                                         .object();
+        QCOMPARE(QJsonDocument::fromJson(printed()).object(), expected);
+        // A library without further accounts prints without the key.
+        fixture->seed(R"({"folders": [{"name": "N"}], "accounts": []})");
+        QCOMPARE(QJsonDocument::fromJson(printed()).object(),
+            QJsonDocument::fromJson(R"({"folders": [{"name": "N", "notes": [], "folders": []}]})").object());
     }
 
     void seedFromStandardInputWithAnotherLibrary()
@@ -166,6 +207,13 @@ private slots:
         QTest::addRow("nested problem") << QByteArray(
             R"({"folders": [{"name": "A", "folders": [{"name": "B", "notes": [{"body": 3}]}]}]})")
                                         << u"folders[0].folders[0].notes[0].body: must be a string"_s;
+        QTest::addRow("account without a name") << QByteArray(R"({"accounts": [{"folders": []}]})")
+                                                << u"accounts[0].name: an account needs a name, a string"_s;
+        QTest::addRow("account with notes")
+            << QByteArray(R"({"accounts": [{"name": "A", "notes": []}]})") << u"accounts[0]: unknown key \"notes\""_s;
+        QTest::addRow("problem in an account's folder")
+            << QByteArray(R"({"accounts": [{"name": "A", "folders": [{"name": 1}]}]})")
+            << u"accounts[0].folders[0].name: a folder needs a name, a string"_s;
         QTest::addRow("attachment not a string")
             << QByteArray(R"({"folders": [{"name": "A", "notes": [{"attachments": [1]}]}]})")
             << u"folders[0].notes[0].attachments: must be an array of strings"_s;
@@ -229,6 +277,9 @@ private slots:
                                      << QStringList { u"A"_s, QString(), u"N"_s, u"BODY"_s } << u"create-note"_s;
         QTest::addRow("list folders") << listProgram() << QStringList() << u"list-folders"_s;
         QTest::addRow("read folder") << readProgram() << QStringList { u"A"_s } << u"read-folder"_s;
+        QTest::addRow("list folder details") << detailsProgram() << QStringList() << u"list-folder-details"_s;
+        QTest::addRow("read folder by id")
+            << readByIdProgram() << QStringList { folderId(u"0-1"_s) } << u"read-folder-by-id"_s;
     }
 
     void knowsVelloransPrograms()
@@ -268,6 +319,8 @@ private slots:
             << QString(readProgram()).replace(u"body — \""_s, u"body - \""_s);
         QTest::addRow("read folder with the handler's line feed") << readProgram() + u'\n';
         QTest::addRow("read folder with CRLF line ends") << QString(readProgram()).replace(u"\n"_s, u"\r\n"_s);
+        QTest::addRow("folder details without the handler") << NotesExporter::folderDetailsProgram.toString();
+        QTest::addRow("read by id with a visible separator") << QString(readByIdProgram()).replace(QChar(0x1F), u'|');
     }
 
     void refusesAnyOtherScript()
@@ -341,6 +394,124 @@ private slots:
                 .toUtf8());
         QCOMPARE(script(readProgram(), { u"Root"_s }).out, QByteArray("\n"));
         QCOMPARE(script(readProgram(), { u"Nowhere"_s }).out, QByteArray("\n"));
+    }
+
+    void folderDetailsOutput()
+    {
+        fixture->seed(twoAccounts);
+        const Run run = script(detailsProgram(), {});
+        QCOMPARE(run.err, QByteArray());
+        QCOMPARE(run.status, 0);
+        // Id, name, account, parent; every folder of every account, each before its subfolders.
+        const QString expected = folderId(u"0-1"_s) + US + u"Notes"_s + US + u"iCloud"_s + US + RS
+            + folderId(u"0-1-1"_s) + US + u"Archive"_s + US + u"iCloud"_s + US + u"Notes"_s + RS + folderId(u"1-1"_s)
+            + US + u"Notes"_s + US + u"On My Mac"_s + US + RS + folderId(u"1-2"_s) + US + u"Work"_s + US
+            + u"On My Mac"_s + US + RS + folderId(u"1-2-1"_s) + US + u"Archive"_s + US + u"On My Mac"_s + US + u"Work"_s
+            + RS + u'\n';
+        QCOMPARE(run.out, expected.toUtf8());
+        QCOMPARE(script(detailsProgram(), {}).out, run.out);
+
+        // Names lose their separators; an empty library lists nothing.
+        fixture->seed(R"({"folders": [{"name": "A\u001e", "folders": [{"name": "\u001fB"}]}]})");
+        QCOMPARE(script(detailsProgram(), {}).out,
+            (folderId(u"0-1"_s) + US + u"A"_s + US + u"iCloud"_s + US + RS + folderId(u"0-1-1"_s) + US + u"B"_s + US
+                + u"iCloud"_s + US + u"A"_s + RS + u'\n')
+                .toUtf8());
+        fixture->seed("{}");
+        QCOMPARE(script(detailsProgram(), {}).out, QByteArray("\n"));
+    }
+
+    void readFolderByIdOutput()
+    {
+        fixture->seed(twoAccounts);
+        // The second "Notes", which the plain read program cannot reach: it reads the first.
+        Run run = script(readByIdProgram(), { folderId(u"1-1"_s) });
+        QCOMPARE(run.status, 0);
+        QCOMPARE(run.out, (u"Notes"_s + US + u"B"_s + US + u"<div>on the Mac</div>"_s + RS + u'\n').toUtf8());
+        QCOMPARE(script(readProgram(), { u"Notes"_s }).out,
+            (u"Notes"_s + US + u"A"_s + US + u"<div>iCloud</div>"_s + RS + u'\n').toUtf8());
+        QCOMPARE(script(readByIdProgram(), { folderId(u"1-2-1"_s) }).out,
+            (u"Archive"_s + US + u"C"_s + US + u"<div>old</div>"_s + RS + u'\n').toUtf8());
+        QCOMPARE(script(readByIdProgram(), { folderId(u"0-1-1"_s) }).out, QByteArray("\n"));
+
+        // Bodies lose their separators too.
+        fixture->seed(R"({"folders": [{"name": "R", "notes": [{"name": "N\u001e", "body": "<div>1\u001f\u001e2</div>"},
+                                                               {"body": "x"}]}]})");
+        QCOMPARE(script(readByIdProgram(), { folderId(u"0-1"_s) }).out,
+            (u"R"_s + US + u"N"_s + US + u"<div>12</div>"_s + RS + u"R"_s + US + u"(untitled)"_s + US + u"x"_s + RS
+                + u'\n')
+                .toUtf8());
+
+        // A folder that is not there is an error.
+        QString path;
+        run = script(readByIdProgram(), { folderId(u"0-9"_s) }, &path);
+        QCOMPARE(run.status, 1);
+        QCOMPARE(run.out, QByteArray());
+        QCOMPARE(run.err,
+            executionError(path, readByIdProgram(), u"folder id fId"_s,
+                u"Notes got an error: Can’t get folder id \"x-coredata://FakeNotes/ICFolder/p0-9\". (-1728)"_s));
+    }
+
+    void readFolderByIdSwitches()
+    {
+        fixture->seed(twoAccounts);
+        QString path;
+        qputenv("VELLORAN_FAKE_NOTES_FAIL_FOLDER", "Work\nNotes");
+        Run run = script(readByIdProgram(), { folderId(u"1-1"_s) }, &path);
+        QCOMPARE(run.status, 1);
+        QCOMPARE(run.err,
+            executionError(path, readByIdProgram(), u"folder id fId"_s,
+                u"Notes got an error: AppleEvent handler failed. (-10000)"_s));
+        QCOMPARE(script(readByIdProgram(), { folderId(u"1-2-1"_s) }).status, 0);
+        qunsetenv("VELLORAN_FAKE_NOTES_FAIL_FOLDER");
+
+        qputenv("VELLORAN_FAKE_NOTES_FAIL_NOTE", "B");
+        QCOMPARE(script(readByIdProgram(), { folderId(u"1-1"_s) }).out,
+            (u"Notes"_s + US + u"B"_s + US
+                + u"<div>[Velloran: could not read this note's body — Notes got an error: AppleEvent handler "
+                  u"failed.]</div>"_s
+                + RS + u'\n')
+                .toUtf8());
+        qunsetenv("VELLORAN_FAKE_NOTES_FAIL_NOTE");
+
+        qputenv("VELLORAN_FAKE_NOTES_DENY", "1");
+        run = script(detailsProgram(), {}, &path);
+        QCOMPARE(run.status, 1);
+        QCOMPARE(run.err,
+            executionError(
+                path, detailsProgram(), u"folders"_s, u"Not authorized to send Apple events to Notes. (-1743)"_s));
+    }
+
+    void olderNotesCompilesOnlyThePlainPrograms()
+    {
+        fixture->seed(twoAccounts);
+        qputenv("VELLORAN_FAKE_NOTES_OLD_NOTES", "1");
+        QString path;
+        Run run = script(detailsProgram(), {}, &path);
+        QCOMPARE(run.status, 1);
+        QCOMPARE(run.out, QByteArray());
+        qsizetype start = detailsProgram().indexOf(u"container"_s);
+        QCOMPARE(run.err,
+            u"%1:%2:%3: syntax error: Expected end of line, etc. but found identifier. (-2741)\n"_s.arg(path)
+                .arg(start)
+                .arg(start + 9)
+                .toUtf8());
+        run = script(readByIdProgram(), { folderId(u"1-1"_s) }, &path);
+        QCOMPARE(run.status, 1);
+        start = readByIdProgram().indexOf(u"id fId"_s);
+        QCOMPARE(run.err,
+            u"%1:%2:%3: syntax error: Expected end of line, etc. but found identifier. (-2741)\n"_s.arg(path)
+                .arg(start)
+                .arg(start + 6)
+                .toUtf8());
+        // The plain programs run as ever.
+        QCOMPARE(script(listProgram(), {}).out,
+            (u"Notes"_s + RS + u"Archive"_s + RS + u"Notes"_s + RS + u"Work"_s + RS + u"Archive"_s + RS + u'\n')
+                .toUtf8());
+        QCOMPARE(script(readProgram(), { u"Notes"_s }).status, 0);
+        qputenv("VELLORAN_FAKE_NOTES_OLD_NOTES", "0");
+        QCOMPARE(script(detailsProgram(), {}).status, 0);
+        qunsetenv("VELLORAN_FAKE_NOTES_OLD_NOTES");
     }
 
     void storedBodies_data()

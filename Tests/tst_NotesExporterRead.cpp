@@ -10,6 +10,8 @@
 #include <QTest>
 #include <QtConcurrent>
 
+#include <QCoro/QCoroTask>
+
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -52,9 +54,48 @@ QStringList programsRun(const NotesFixture &fixture)
     return programs;
 }
 
+/// Waits on the event loop for a coroutine form of the read side.
+template<typename T> T finished(QCoro::Task<T> task)
+{
+    return QCoro::waitFor(std::move(task));
+}
+
+/// The message of the ExportError that `task` ends with; empty when it ends without one.
+QCoro::Task<QString> failureOf(QCoro::Task<QList<NotesExporter::FolderEntry>> task)
+{
+    try {
+        co_await task;
+    } catch (const ExportError &error) {
+        co_return error.message();
+    }
+    co_return QString();
+}
+
+QString detailRecord(const QString &id, const QString &name, const QString &account, const QString &parent)
+{
+    return id + US + name + US + account + US + parent + RS;
+}
+
+using NotesExporter::FolderEntry;
+
+/// Two accounts, each with a top-level "Notes" and an "Archive" one level down.
+const QByteArray twoAccounts = R"({
+    "folders": [{"name": "Notes", "notes": [{"name": "A", "body": "<div>iCloud</div>"}],
+                 "folders": [{"name": "Archive"}]}],
+    "accounts": [{"name": "On My Mac", "folders": [
+        {"name": "Notes", "notes": [{"name": "B", "body": "<div>on the \u001fMac\u001e</div>"}]},
+        {"name": "Work", "folders": [{"name": "Archive", "notes": [{"name": "C", "body": "<div>old</div>"}]}]}]}]
+})";
+
+QString folderId(const QString &place)
+{
+    return u"x-coredata://FakeNotes/ICFolder/p"_s + place;
+}
+
 } // namespace
 
 Q_DECLARE_METATYPE(QList<NoteRecord>)
+Q_DECLARE_METATYPE(QList<FolderEntry>)
 
 class tst_NotesExporterRead : public QObject
 {
@@ -150,6 +191,74 @@ private slots:
         });
         QCOMPARE(NotesExporter::folderReadProgram.toString(), expected);
         QVERIFY(!NotesExporter::folderReadProgram.contains(u'\\'));
+    }
+
+    void folderDetailsProgram()
+    {
+        const QString expected = lines({
+            { 0, u"on run argv"_s },
+            { 4, u"set rows to {}"_s },
+            { 4, u"tell application \"Notes\""_s },
+            { 8, u"repeat with f in folders"_s },
+            { 12, u"set parentName to \"\""_s },
+            { 12, u"set c to container of f"_s },
+            { 12, u"if class of c is folder then set parentName to name of c"_s },
+            { 12, u"repeat while class of c is folder"_s },
+            { 16, u"set c to container of c"_s },
+            { 12, u"end repeat"_s },
+            { 12,
+                u"set end of rows to my stripSeps(id of f) & \""_s + US + u"\" & my stripSeps(name of f) & \""_s + US
+                    + u"\" & my stripSeps(name of c) & \""_s + US + u"\" & my stripSeps(parentName)"_s },
+            { 8, u"end repeat"_s },
+            { 4, u"end tell"_s },
+            { 4, u"set end of rows to \"\""_s },
+            { 4, u"set AppleScript's text item delimiters to \""_s + RS + u"\""_s },
+            { 4, u"set out to rows as text"_s },
+            { 4, u"set AppleScript's text item delimiters to \"\""_s },
+            { 4, u"return out"_s },
+            { 0, u"end run"_s },
+        });
+        QCOMPARE(NotesExporter::folderDetailsProgram.toString(), expected);
+        QVERIFY(!NotesExporter::folderDetailsProgram.contains(u'\\'));
+        // The output is joined once, never grown by repeated concatenation.
+        QVERIFY(!NotesExporter::folderDetailsProgram.contains(u"set out to out &"));
+    }
+
+    void folderReadByIdProgram()
+    {
+        const QString expected = lines({
+            { 0, u"on run argv"_s },
+            { 4, u"set fId to item 1 of argv"_s },
+            { 4, u"set rows to {}"_s },
+            { 4, u"tell application \"Notes\""_s },
+            { 8, u"set f to folder id fId"_s },
+            { 8, u"set fClean to my stripSeps(name of f)"_s },
+            { 8, u"repeat with n in notes of f"_s },
+            { 12, u"set noteName to \"(untitled)\""_s },
+            { 12, u"try"_s },
+            { 16, u"set noteName to my stripSeps(name of n)"_s },
+            { 12, u"end try"_s },
+            { 12, u"set noteBody to \"\""_s },
+            { 12, u"try"_s },
+            { 16, u"set noteBody to my stripSeps(body of n)"_s },
+            { 12, u"on error errMsg"_s },
+            { 16,
+                u"set noteBody to \"<div>[Velloran: could not read this note's body \u2014 \" & my stripSeps(errMsg) & "
+                u"\"]</div>\""_s },
+            { 12, u"end try"_s },
+            { 12, u"set end of rows to fClean & \""_s + US + u"\" & noteName & \""_s + US + u"\" & noteBody"_s },
+            { 8, u"end repeat"_s },
+            { 4, u"end tell"_s },
+            { 4, u"set end of rows to \"\""_s },
+            { 4, u"set AppleScript's text item delimiters to \""_s + RS + u"\""_s },
+            { 4, u"set out to rows as text"_s },
+            { 4, u"set AppleScript's text item delimiters to \"\""_s },
+            { 4, u"return out"_s },
+            { 0, u"end run"_s },
+        });
+        QCOMPARE(NotesExporter::folderReadByIdProgram.toString(), expected);
+        QVERIFY(!NotesExporter::folderReadByIdProgram.contains(u'\\'));
+        QVERIFY(!NotesExporter::folderReadByIdProgram.contains(u"set out to out &"));
     }
 
     void scriptsCarryTheHandler()
@@ -461,6 +570,134 @@ private slots:
         QFETCH(QString, text);
         QFETCH(QString, stripped);
         QCOMPARE(NotesExporter::stripFieldSeparators(text), stripped);
+    }
+
+    void parseFolderDetails_data()
+    {
+        QTest::addColumn<QString>("output");
+        QTest::addColumn<QList<FolderEntry>>("folders");
+        QTest::addRow("empty") << QString() << QList<FolderEntry>();
+        QTest::addRow("only the line break") << u"\n"_s << QList<FolderEntry>();
+        QTest::addRow("two folders, the line break after the last")
+            << detailRecord(u"i1"_s, u"Notes"_s, u"iCloud"_s, QString())
+                + detailRecord(u"i2"_s, u"Archive"_s, u"iCloud"_s, u"Notes"_s) + u'\n'
+            << QList<FolderEntry> { { u"i1"_s, u"Notes"_s, u"iCloud"_s, QString() },
+                   { u"i2"_s, u"Archive"_s, u"iCloud"_s, u"Notes"_s } };
+        QTest::addRow("fields trimmed") << u" i1 "_s + US + u"  Trip\t"_s + US + u" On My Mac "_s + US + u" Work\n"_s
+                                        << QList<FolderEntry> { { u"i1"_s, u"Trip"_s, u"On My Mac"_s, u"Work"_s } };
+        QTest::addRow("too few fields skipped")
+            << u"i1"_s + US + u"Notes"_s + US + u"iCloud"_s + RS + detailRecord(u"i2"_s, u"B"_s, u"a"_s, QString())
+            << QList<FolderEntry> { { u"i2"_s, u"B"_s, u"a"_s, QString() } };
+        QTest::addRow("no id or no name skipped")
+            << detailRecord(QString(), u"A"_s, u"a"_s, QString()) + detailRecord(u"i"_s, u" "_s, u"a"_s, QString())
+            << QList<FolderEntry>();
+        QTest::addRow("a fifth field joins the parent's name") << u"i"_s + US + u"A"_s + US + u"a"_s + US + u"P"_s + US
+                + u"Q"_s + RS << QList<FolderEntry> { { u"i"_s, u"A"_s, u"a"_s, u"P"_s } };
+    }
+
+    void parseFolderDetails()
+    {
+        QFETCH(QString, output);
+        QFETCH(QList<FolderEntry>, folders);
+        QCOMPARE(NotesExporter::parseFolderDetails(output), folders);
+    }
+
+    void isCompileFailure_data()
+    {
+        QTest::addColumn<QString>("message");
+        QTest::addColumn<bool>("compile");
+        QTest::addRow("syntax error") << u"/t/x.applescript:10:19: syntax error: Expected end of line, etc. but "
+                                         u"found identifier. (-2741)"_s
+                                      << true;
+        QTest::addRow("-2740") << u"/t/x:1:2: syntax error: A identifier can’t go after this identifier. (-2740)"_s
+                               << true;
+        QTest::addRow("line break after") << u"x (-2741)\n"_s << true;
+        QTest::addRow("execution error") << u"/t/x:1:2: execution error: Can’t get folder id \"x\". (-1728)"_s << false;
+        QTest::addRow("number inside the text") << u"error (-2741) and more"_s << false;
+        QTest::addRow("without the minus") << u"x (2741)"_s << false;
+    }
+
+    void isCompileFailure()
+    {
+        QFETCH(QString, message);
+        QFETCH(bool, compile);
+        QCOMPARE(NotesExporter::isCompileFailure(message), compile);
+    }
+
+    // The coroutine forms that tell same-named folders apart, against the Notes stand-in
+
+    void listFolderDetailsOfTwoAccounts()
+    {
+        fixture->seed(twoAccounts);
+        // Sorted by name; folders of one name keep Notes' order.
+        const QList<FolderEntry> expected {
+            { folderId(u"0-1-1"_s), u"Archive"_s, u"iCloud"_s, u"Notes"_s },
+            { folderId(u"1-2-1"_s), u"Archive"_s, u"On My Mac"_s, u"Work"_s },
+            { folderId(u"0-1"_s), u"Notes"_s, u"iCloud"_s, QString() },
+            { folderId(u"1-1"_s), u"Notes"_s, u"On My Mac"_s, QString() },
+            { folderId(u"1-2"_s), u"Work"_s, u"On My Mac"_s, QString() },
+        };
+        QCOMPARE(finished(NotesExporter::listFolderDetails({})), expected);
+        QCOMPARE(programsRun(*fixture), QStringList { u"list-folder-details"_s });
+    }
+
+    void listFolderDetailsFallsBackToNames()
+    {
+        fixture->seed(twoAccounts);
+        qputenv("VELLORAN_FAKE_NOTES_OLD_NOTES", "1");
+        const QList<FolderEntry> expected {
+            { QString(), u"Archive"_s, QString(), QString() },
+            { QString(), u"Archive"_s, QString(), QString() },
+            { QString(), u"Notes"_s, QString(), QString() },
+            { QString(), u"Notes"_s, QString(), QString() },
+            { QString(), u"Work"_s, QString(), QString() },
+        };
+        QCOMPARE(finished(NotesExporter::listFolderDetails({})), expected);
+        QCOMPARE(programsRun(*fixture), (QStringList { u"list-folder-details"_s, u"list-folders"_s }));
+    }
+
+    void listFolderDetailsPassesOtherErrorsOn()
+    {
+        fixture->seed(twoAccounts);
+        qputenv("VELLORAN_FAKE_NOTES_DENY", "1");
+        const QString message = finished(failureOf(NotesExporter::listFolderDetails({})));
+        QVERIFY2(message.endsWith(u"Not authorized to send Apple events to Notes. (-1743)"_s), qPrintable(message));
+        QCOMPARE(programsRun(*fixture), QStringList { u"list-folder-details"_s });
+    }
+
+    void readFolderByIdReadsTheOneFolder()
+    {
+        fixture->seed(twoAccounts);
+        // The second "Notes"; its body's separators are gone.
+        NotesExporter::FolderRead read = finished(NotesExporter::readFolderById({}, folderId(u"1-1"_s)));
+        QCOMPARE(read.failure, QString());
+        QCOMPARE(read.notCompiled, false);
+        QCOMPARE(read.notes, (QList<NoteRecord> { { u"Notes"_s, u"B"_s, u"<div>on the Mac</div>"_s } }));
+        read = finished(NotesExporter::readFolderById({}, folderId(u"1-2-1"_s)));
+        QCOMPARE(read.notes, (QList<NoteRecord> { { u"Archive"_s, u"C"_s, u"<div>old</div>"_s } }));
+        // By name, only the first "Notes" can be reached.
+        QCOMPARE(finished(NotesExporter::readFolder({}, u"Notes"_s)).notes,
+            (QList<NoteRecord> { { u"Notes"_s, u"A"_s, u"<div>iCloud</div>"_s } }));
+        QCOMPARE(programsRun(*fixture),
+            (QStringList { u"read-folder-by-id "_s + folderId(u"1-1"_s), u"read-folder-by-id "_s + folderId(u"1-2-1"_s),
+                u"read-folder Notes"_s }));
+    }
+
+    void readFolderByIdFailures()
+    {
+        fixture->seed(twoAccounts);
+        NotesExporter::FolderRead read = finished(NotesExporter::readFolderById({}, folderId(u"7"_s)));
+        QVERIFY(read.notes.isEmpty());
+        QVERIFY2(read.failure.startsWith(u"Apple Notes error: "_s), qPrintable(read.failure));
+        QVERIFY(read.failure.endsWith(
+            u"execution error: Notes got an error: Can’t get folder id \"x-coredata://FakeNotes/ICFolder/p7\". (-1728)"_s));
+        QCOMPARE(read.notCompiled, false);
+
+        qputenv("VELLORAN_FAKE_NOTES_OLD_NOTES", "1");
+        read = finished(NotesExporter::readFolderById({}, folderId(u"1-1"_s)));
+        QVERIFY(read.notes.isEmpty());
+        QVERIFY(read.failure.endsWith(u"syntax error: Expected end of line, etc. but found identifier. (-2741)"_s));
+        QCOMPARE(read.notCompiled, true);
     }
 
     // listFolders and readNotes, against the Notes stand-in

@@ -321,8 +321,57 @@ private slots:
         QCOMPARE(r.exitCode, 0);
         QCOMPARE(r.out,
             QByteArray("{\"written\":5,\"failed\":[],\"folders\":[\"Journal\",\"Reference\"],\"stopped\":false}\n"));
-        QCOMPARE(runsOf(u"read-folder"_s), 2);
-        QCOMPARE(runsOf(u"list-folders"_s), 0);
+        QCOMPARE(runsOf(u"read-folder-by-id"_s), 2);
+        // Once to check the names, once for the export.
+        QCOMPARE(runsOf(u"list-folder-details"_s), 2);
+    }
+
+    void exportOfAFolderThatNotesLacks()
+    {
+        QCOMPARE(runCli({ u"migrate"_s, exampleVault }).exitCode, 0);
+        const QString out = fixture->path(u"out"_s);
+        const qsizetype readsBefore = runsOf(u"read-folder-by-id"_s);
+        const TestUtil::CliResult r
+            = runCli({ u"export"_s, u"--folder"_s, u"Journal"_s, u"--folder"_s, u"Nowhere"_s, out });
+        QCOMPARE(r.exitCode, 1);
+        QCOMPARE(r.out, QByteArray());
+        QCOMPARE(QString::fromUtf8(r.err), u"velloran-cli: Nowhere: no such folder in Apple Notes\n"_s);
+        const TestUtil::CliResult json = runCli({ u"export"_s, u"--json"_s, u"--folder"_s, u"Nowhere"_s, out });
+        QCOMPARE(json.exitCode, 1);
+        QCOMPARE(QString::fromUtf8(json.out), u"{\"error\":\"Nowhere: no such folder in Apple Notes\"}\n"_s);
+        QCOMPARE(json.err, r.err);
+        // Nothing was read or written.
+        QCOMPARE(runsOf(u"read-folder-by-id"_s), readsBefore);
+        QVERIFY(!QFileInfo::exists(out));
+    }
+
+    void exportOfSameNamedFolders()
+    {
+        fixture->seed(R"({"folders": [{"name": "Notes", "notes": [{"name": "A", "body": "<div>A</div>"}]}],
+            "accounts": [{"name": "On My Mac", "folders": [{"name": "Notes", "notes": [{"name": "B", "body": "<div>B</div>"}]}]}]})");
+        const QString out = fixture->path(u"out"_s);
+        TestUtil::CliResult r = runCli({ u"export"_s, u"--json"_s, out });
+        QCOMPARE(r.exitCode, 0);
+        QCOMPARE(r.out,
+            QByteArray("{\"written\":2,\"failed\":[],\"folders\":[\"Notes\",\"Notes (2)\"],\"stopped\":false}\n"));
+        QCOMPARE(TestUtil::hashTree(out).keys(), (QStringList { u"Notes (2)/B.md"_s, u"Notes/A.md"_s }));
+
+        // One of them, as the export screen labels it.
+        const QString one = fixture->path(u"one"_s);
+        r = runCli({ u"export"_s, u"--json"_s, u"--folder"_s, u"Notes — On My Mac"_s, one });
+        QCOMPARE(r.exitCode, 0);
+        QCOMPARE(TestUtil::hashTree(one).keys(), QStringList { u"Notes/B.md"_s });
+
+        // Where Notes cannot tell them apart, the second is listed as not exported.
+        qputenv("VELLORAN_FAKE_NOTES_OLD_NOTES", "1");
+        const QString old = fixture->path(u"old"_s);
+        r = runCli({ u"export"_s, u"--json"_s, old });
+        QCOMPARE(r.exitCode, 1);
+        QCOMPARE(r.out,
+            QByteArray("{\"written\":1,\"failed\":[[\"(folder Notes)\",\"not exported: another folder has the same "
+                       "name\"]],\"folders\":[\"Notes\"],\"stopped\":false}\n"));
+        QCOMPARE(TestUtil::hashTree(old).keys(), QStringList { u"Notes/A.md"_s });
+        qunsetenv("VELLORAN_FAKE_NOTES_OLD_NOTES");
     }
 
     void exportRefused()
@@ -449,7 +498,7 @@ private slots:
         process.start(QStringLiteral(VELLORAN_CLI), { u"export"_s, u"--json"_s, out });
         QVERIFY(process.waitForStarted());
         // Interrupted while the folders are read: the writer stops before its first note.
-        QTRY_VERIFY_WITH_TIMEOUT(runsOf(u"read-folder"_s) >= 1, 60000);
+        QTRY_VERIFY_WITH_TIMEOUT(runsOf(u"read-folder-by-id"_s) >= 1, 60000);
         ::kill(pid_t(process.processId()), SIGINT);
         QVERIFY(process.waitForFinished(60000));
         QCOMPARE(process.exitCode(), 130);

@@ -108,6 +108,24 @@ public:
     {
         return readArray(value, where, folders, &Reader::readFolder);
     }
+
+    bool readAccount(const QJsonValue &value, const QString &where, Account &account)
+    {
+        if (!value.isObject())
+            return fail(u"%1: an account must be an object"_s.arg(where));
+        const QJsonObject object = value.toObject();
+        if (!keysAllowed(object, { u"name"_s, u"folders"_s }, where))
+            return false;
+        if (!object.value(u"name"_s).isString())
+            return fail(u"%1.name: an account needs a name, a string"_s.arg(where));
+        account.name = object.value(u"name"_s).toString();
+        return readFolders(object.value(u"folders"_s), where + u".folders"_s, account.folders);
+    }
+
+    bool readAccounts(const QJsonValue &value, const QString &where, QList<Account> &accounts)
+    {
+        return readArray(value, where, accounts, &Reader::readAccount);
+    }
 };
 
 QJsonObject noteToJson(const Note &note)
@@ -135,11 +153,22 @@ QJsonObject folderToJson(const Folder &folder)
     return object;
 }
 
-void collect(QList<Folder> &folders, QList<Folder *> &into)
+QJsonArray foldersToJson(const QList<Folder> &folders)
 {
-    for (Folder &folder : folders) {
-        into.append(&folder);
-        collect(folder.folders, into);
+    QJsonArray array;
+    for (const Folder &folder : folders)
+        array.append(folderToJson(folder));
+    return array;
+}
+
+void collect(
+    QList<Folder> &folders, const QString &account, Folder *parent, const QString &idPrefix, QList<Placed> &into)
+{
+    for (qsizetype i = 0; i < folders.size(); ++i) {
+        Folder &folder = folders[i];
+        const QString id = idPrefix + u'-' + QString::number(i + 1);
+        into.append({ &folder, account, parent, id });
+        collect(folder.folders, account, &folder, id, into);
     }
 }
 
@@ -160,8 +189,9 @@ std::optional<Library> fromJson(const QByteArray &json, QString *error)
     Reader reader;
     Library library;
     const QJsonObject root = document.object();
-    if (!reader.keysAllowed(root, { u"folders"_s }, u"library"_s)
-        || !reader.readFolders(root.value(u"folders"_s), u"folders"_s, library.folders)) {
+    if (!reader.keysAllowed(root, { u"folders"_s, u"accounts"_s }, u"library"_s)
+        || !reader.readFolders(root.value(u"folders"_s), u"folders"_s, library.folders)
+        || !reader.readAccounts(root.value(u"accounts"_s), u"accounts"_s, library.accounts)) {
         *error = reader.error;
         return std::nullopt;
     }
@@ -170,11 +200,16 @@ std::optional<Library> fromJson(const QByteArray &json, QString *error)
 
 QByteArray toJson(const Library &library)
 {
-    QJsonArray folders;
-    for (const Folder &folder : library.folders)
-        folders.append(folderToJson(folder));
     QJsonObject root;
-    root.insert(u"folders"_s, folders);
+    root.insert(u"folders"_s, foldersToJson(library.folders));
+    // Left out when there are none, so that a one-account library prints as it always did.
+    if (!library.accounts.isEmpty()) {
+        QJsonArray accounts;
+        for (const Account &account : library.accounts)
+            accounts.append(
+                QJsonObject { { u"name"_s, account.name }, { u"folders"_s, foldersToJson(account.folders) } });
+        root.insert(u"accounts"_s, accounts);
+    }
     return QJsonDocument(root).toJson(QJsonDocument::Indented);
 }
 
@@ -205,10 +240,23 @@ bool save(const Library &library, const QString &path, QString *error)
     return true;
 }
 
+QList<Placed> placedFolders(Library &library)
+{
+    const QString prefix = u"x-coredata://FakeNotes/ICFolder/p"_s;
+    QList<Placed> placed;
+    collect(library.folders, QStringView(defaultAccountName).toString(), nullptr, prefix + u'0', placed);
+    for (qsizetype i = 0; i < library.accounts.size(); ++i) {
+        Account &account = library.accounts[i];
+        collect(account.folders, account.name, nullptr, prefix + QString::number(i + 1), placed);
+    }
+    return placed;
+}
+
 QList<Folder *> allFolders(Library &library)
 {
     QList<Folder *> folders;
-    collect(library.folders, folders);
+    for (const Placed &place : placedFolders(library))
+        folders.append(place.folder);
     return folders;
 }
 

@@ -7,6 +7,8 @@
 #include <QLockFile>
 #include <QThread>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 using FakeLibrary::Folder;
 using FakeLibrary::Library;
@@ -148,6 +150,10 @@ public:
             return listFolders();
         case Program::readFolder:
             return readFolder();
+        case Program::listFolderDetails:
+            return listFolderDetails();
+        case Program::readFolderById:
+            return readFolderById();
         }
         return std::nullopt;
     }
@@ -292,6 +298,44 @@ private:
         return out;
     }
 
+    QString listFolderDetails()
+    {
+        tellNotes(u"folders"_s);
+        QString out;
+        for (const FakeLibrary::Placed &place : FakeLibrary::placedFolders(m_library)) {
+            out += stripSeps(place.id) + fieldSep + stripSeps(place.folder->name) + fieldSep + stripSeps(place.account)
+                + fieldSep + (place.parent ? stripSeps(place.parent->name) : QString()) + recordSep;
+        }
+        return out;
+    }
+
+    /// The folder read by its id: an error when there is none, bodies without separators.
+    QString readFolderById()
+    {
+        const QString id = item(1, u"item 1 of argv"_s);
+        const QString source = u"folder id fId"_s;
+        tellNotes(source);
+        const Folder *folder = nullptr;
+        for (const FakeLibrary::Placed &place : FakeLibrary::placedFolders(m_library)) {
+            if (place.id == id)
+                folder = place.folder;
+        }
+        if (!folder)
+            throw ScriptError { u"Notes got an error: Can’t get folder id %1."_s.arg(quoted(id)), -1728, source };
+        failIfSwitched(m_switches.failingFolders, folder->name, source);
+        const QString folderClean = stripSeps(folder->name);
+        QString out;
+        for (const Note &note : folder->notes) {
+            const QString noteName = note.name ? stripSeps(*note.name) : u"(untitled)"_s;
+            QString body = stripSeps(note.body);
+            if (note.name && m_switches.failingNotes.contains(*note.name))
+                body = u"<div>[Velloran: could not read this note's body — "_s
+                    + u"Notes got an error: AppleEvent handler failed."_s + u"]</div>"_s;
+            out += folderClean + fieldSep + noteName + fieldSep + body + recordSep;
+        }
+        return out;
+    }
+
     QString readFolder()
     {
         const QString name = item(1, u"item 1 of argv"_s);
@@ -330,6 +374,19 @@ QByteArray executionError(const QString &scriptPath, const QString &scriptText, 
         .toUtf8();
 }
 
+/// osascript's form of a compile error: "PATH:START:END: syntax error: MESSAGE (-2741)", the range being
+/// that of the first term that an older Notes does not know.
+QByteArray notCompiled(const QString &scriptPath, Program program)
+{
+    const QString text = FakePrograms::text(program);
+    const QString term = program == Program::listFolderDetails ? u"container"_s : u"id fId"_s;
+    const qsizetype start = std::max<qsizetype>(0, text.indexOf(term));
+    return u"%1:%2:%3: syntax error: Expected end of line, etc. but found identifier. (-2741)\n"_s.arg(scriptPath)
+        .arg(start)
+        .arg(start + term.size())
+        .toUtf8();
+}
+
 bool changesLibrary(Program program)
 {
     return program == Program::ensureFolder || program == Program::ensureSubfolder || program == Program::createNote;
@@ -345,6 +402,7 @@ Switches Switches::fromEnvironment()
     switches.failingFolders = namesFrom("VELLORAN_FAKE_NOTES_FAIL_FOLDER");
     switches.failingNotes = namesFrom("VELLORAN_FAKE_NOTES_FAIL_NOTE");
     switches.delayMs = qEnvironmentVariableIntValue("VELLORAN_FAKE_NOTES_DELAY_MS");
+    switches.oldNotes = switchIsOn("VELLORAN_FAKE_NOTES_OLD_NOTES");
     return switches;
 }
 
@@ -369,6 +427,8 @@ QString bodyAsStored(const QString &name, const QString &html)
 Outcome perform(Program program, const QString &scriptPath, const QStringList &args, const QString &libraryPath,
     const Switches &switches)
 {
+    if (switches.oldNotes && FakePrograms::isNewer(program))
+        return { {}, notCompiled(scriptPath, program), 1 };
     if (switches.delayMs > 0)
         QThread::msleep(ulong(switches.delayMs));
 

@@ -24,6 +24,9 @@ struct Switches
     QStringList failingNotes;
     /// VELLORAN_FAKE_NOTES_DELAY_MS: milliseconds to wait before answering.
     int delayMs = 0;
+    /// VELLORAN_FAKE_NOTES_OLD_NOTES: Notes as an older system has it, without the terms the folder
+    /// details and read-by-id programs use: they fail to compile (-2741).
+    bool oldNotes = false;
 
     static Switches fromEnvironment();
 };

@@ -55,7 +55,7 @@ constexpr char createNoteText[] = R"as(on run argv
     return "created"
 end run)as";
 
-// The handler that both read programs carry after their main text.
+// The handler that the four read programs carry after their main text.
 constexpr char stripSepsText[] = R"as(on stripSeps(s)
     set rs to (ASCII character 30)
     set us to (ASCII character 31)
@@ -106,6 +106,58 @@ constexpr char readFolderText[] = R"as(on run argv
 end run
 )as";
 
+constexpr char listFolderDetailsText[] = R"as(on run argv
+    set rows to {}
+    tell application "Notes"
+        repeat with f in folders
+            set parentName to ""
+            set c to container of f
+            if class of c is folder then set parentName to name of c
+            repeat while class of c is folder
+                set c to container of c
+            end repeat
+            set end of rows to my stripSeps(id of f) & "<US>" & my stripSeps(name of f) & "<US>" & my stripSeps(name of c) & "<US>" & my stripSeps(parentName)
+        end repeat
+    end tell
+    set end of rows to ""
+    set AppleScript's text item delimiters to "<RS>"
+    set out to rows as text
+    set AppleScript's text item delimiters to ""
+    return out
+end run
+)as";
+
+constexpr char readFolderByIdText[] = R"as(on run argv
+    set fId to item 1 of argv
+    set rows to {}
+    tell application "Notes"
+        set f to folder id fId
+        set fClean to my stripSeps(name of f)
+        repeat with n in notes of f
+            set noteName to "(untitled)"
+            try
+                set noteName to my stripSeps(name of n)
+            end try
+            set noteBody to ""
+            try
+                set noteBody to my stripSeps(body of n)
+            on error errMsg
+                set noteBody to "<div>[Velloran: could not read this note's body — " & my stripSeps(errMsg) & "]</div>"
+            end try
+            set end of rows to fClean & "<US>" & noteName & "<US>" & noteBody
+        end repeat
+    end tell
+    set end of rows to ""
+    set AppleScript's text item delimiters to "<RS>"
+    set out to rows as text
+    set AppleScript's text item delimiters to ""
+    return out
+end run
+)as";
+
+constexpr Program allPrograms[] = { Program::ensureFolder, Program::ensureSubfolder, Program::createNote,
+    Program::listFolders, Program::readFolder, Program::listFolderDetails, Program::readFolderById };
+
 QString expand(const char *text)
 {
     QString expanded = QString::fromUtf8(text);
@@ -129,6 +181,10 @@ QString text(Program program)
         return expand(listFoldersText) + expand(stripSepsText);
     case Program::readFolder:
         return expand(readFolderText) + expand(stripSepsText);
+    case Program::listFolderDetails:
+        return expand(listFolderDetailsText) + expand(stripSepsText);
+    case Program::readFolderById:
+        return expand(readFolderByIdText) + expand(stripSepsText);
     }
     return QString();
 }
@@ -146,14 +202,22 @@ QString name(Program program)
         return u"list-folders"_s;
     case Program::readFolder:
         return u"read-folder"_s;
+    case Program::listFolderDetails:
+        return u"list-folder-details"_s;
+    case Program::readFolderById:
+        return u"read-folder-by-id"_s;
     }
     return QString();
 }
 
+bool isNewer(Program program)
+{
+    return program == Program::listFolderDetails || program == Program::readFolderById;
+}
+
 std::optional<Program> recognise(const QString &script)
 {
-    for (const Program program : { Program::ensureFolder, Program::ensureSubfolder, Program::createNote,
-             Program::listFolders, Program::readFolder }) {
+    for (const Program program : allPrograms) {
         if (script == text(program))
             return program;
     }

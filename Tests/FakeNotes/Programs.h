@@ -4,17 +4,30 @@
 
 #include <optional>
 
-/// The AppleScript programs that fake-osascript understands: Velloran's five, held here as a copy of
+/// The AppleScript programs that fake-osascript understands: Velloran's seven, held here as a copy of
 /// their own, so that a script that changed by one byte on Velloran's side no longer matches.
 namespace FakePrograms {
 
-enum class Program { ensureFolder, ensureSubfolder, createNote, listFolders, readFolder };
+enum class Program {
+    ensureFolder,
+    ensureSubfolder,
+    createNote,
+    listFolders,
+    readFolder,
+    /// Lists each folder with its id, account and parent folder.
+    listFolderDetails,
+    /// Reads one folder picked by its id.
+    readFolderById,
+};
+
+/// Whether `program` is one that an older Notes might not compile (see VELLORAN_FAKE_NOTES_OLD_NOTES).
+bool isNewer(Program program);
 
 /// The exact text of `program`, as Velloran writes it to the script file.
 QString text(Program program);
 
 /// The name under which runs of `program` are logged: "ensure-folder", "ensure-subfolder",
-/// "create-note", "list-folders" or "read-folder".
+/// "create-note", "list-folders", "read-folder", "list-folder-details" or "read-folder-by-id".
 QString name(Program program);
 
 /// The program whose text is exactly `script`, if any.

@@ -26,16 +26,19 @@ A stand-in for /usr/bin/osascript talking to Apple Notes. Point Velloran at it w
 VELLORAN_OSASCRIPT=/path/to/fake-osascript, and give it a library with VELLORAN_FAKE_NOTES.
 
 Running a script
-  It runs Velloran's five AppleScript programs (ensure folder, ensure subfolder, create note, list
-  folders, read folder), recognised by their exact text. Any other script fails like a compile error,
+  It runs Velloran's seven AppleScript programs (ensure folder, ensure subfolder, create note, list
+  folders, read folder, list folder details, read folder by id), recognised by their exact text. Any other script fails like a compile error,
   with exit status 1. The result goes to standard output followed by a line feed; an error goes to
   standard error in osascript's form, with exit status 1:
     SCRIPT-FILE:START:END: execution error: Notes got an error: Can’t get folder "X". (-1728)
 
   As Notes does, as far as is known:
-  - folders live in the default account; "folder NAME" finds the first folder of that name at any
-    depth, and the folder list names every folder, each before its subfolders; new folders are made
-    at the top level or one level down;
+  - the library's "folders" belong to the default account, "iCloud", and "accounts" adds further
+    accounts after it; "folder NAME" finds the first folder of that name in any account at any depth,
+    and the folder lists name every folder of every account, each before its subfolders; new folders
+    are made in the default account, at the top level or one level down;
+  - "folder id ID" finds a folder by the id that the folder details give, and the details give each
+    folder's account and parent folder (a top-level folder's container is its account);
   - a note is found by its name within one folder;
   - a new note's body is kept with its name as the first line ("<div>NAME</div>" before the body),
     "h1" and "h2" headings turned into bold 24 px and 18 px spans, "h3" into plain bold, and images
@@ -52,8 +55,10 @@ Library (JSON)
   { "folders": [ { "name": "Work",
                    "notes": [ { "name": "Plan", "body": "<div>Plan</div><div>Step one</div>",
                                 "attachments": ["photo.png"] } ],
-                   "folders": [ { "name": "Old", "notes": [], "folders": [] } ] } ] }
-  Every key but a folder's "name" may be left out. A note without "name" is one whose name Notes
+                   "folders": [ { "name": "Old", "notes": [], "folders": [] } ] } ],
+    "accounts": [ { "name": "On My Mac",
+                    "folders": [ { "name": "Work", "notes": [], "folders": [] } ] } ] }
+  Every key but a folder's or an account's "name" may be left out. A note without "name" is one whose name Notes
   cannot give. The file is written atomically whenever a script changes it.
 
 Environment
@@ -63,13 +68,17 @@ Environment
   VELLORAN_FAKE_NOTES_TIMEOUT   When set (and not 0), Notes times out:
                                 "Notes got an error: AppleEvent timed out. (-1712)".
   VELLORAN_FAKE_NOTES_FAIL_FOLDER
-                                Folder names, one per line: a script that addresses one of them by
-                                name fails with "AppleEvent handler failed. (-10000)".
+                                Folder names, one per line: a script that addresses one of them, by
+                                name or by id, fails with "AppleEvent handler failed. (-10000)".
   VELLORAN_FAKE_NOTES_FAIL_NOTE Note names, one per line: creating such a note fails (-10000), and
                                 reading it gives the read program's could-not-read body.
   VELLORAN_FAKE_NOTES_DELAY_MS  Milliseconds to wait before answering.
   VELLORAN_FAKE_NOTES_LOG       A file to which each run appends one JSON line:
                                 {"program": "create-note" or null, "argv": [SCRIPT-FILE, ARGUMENT...]}.
+  VELLORAN_FAKE_NOTES_OLD_NOTES When set (and not 0), the list folder details and read folder by id
+                                programs fail to compile, as on a Notes without the terms they use:
+                                "SCRIPT-FILE:START:END: syntax error: Expected end of line, etc. but
+                                found identifier. (-2741)".
 )help";
 
 void writeTo(FILE *stream, const QByteArray &bytes)

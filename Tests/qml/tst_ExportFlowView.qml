@@ -129,7 +129,7 @@ Item {
             compare(exporter.isLoadingFolders, true)
             tryCompare(exporter, "isLoadingFolders", false, 30000)
             compare(exporter.availableFolders, ["Home", "Work"])
-            compare(fixture.scriptRuns("list-folders"), 1)
+            compare(fixture.scriptRuns("list-folder-details"), 1)
         }
 
         function test_chooseFoldersWhileLoading() {
@@ -149,7 +149,7 @@ Item {
             fixture.screenshot(flow, "export-setup-loading")
             tryCompare(exporter, "isLoadingFolders", false, 30000)
             // The list was still empty when the user switched, so it was asked for again.
-            compare(fixture.scriptRuns("list-folders"), 2)
+            compare(fixture.scriptRuns("list-folder-details"), 2)
             compare(setupTexts().slice(0, 7), [
                 "Export Apple Notes to Markdown",
                 "1 · What to export",
@@ -166,7 +166,7 @@ Item {
             loaded()
             mouseClick(Screens.button(flow.content, "Choose folders"))
             compare(exporter.isLoadingFolders, false)
-            compare(fixture.scriptRuns("list-folders"), 1)
+            compare(fixture.scriptRuns("list-folder-details"), 1)
             const list = findChild(flow.content, "folderList")
             compare(list.count, 2)
             compare(list.parent.height, 120)
@@ -188,7 +188,7 @@ Item {
             mouseClick(Screens.button(flow.content, "Choose folders"))
             compare(exporter.isLoadingFolders, true)
             tryCompare(exporter, "isLoadingFolders", false, 30000)
-            compare(fixture.scriptRuns("list-folders"), 2)
+            compare(fixture.scriptRuns("list-folder-details"), 2)
             compare(setupTexts().slice(2, 6), [
                 "1 · What to export",
                 "All notes",
@@ -366,6 +366,40 @@ Item {
             run()
             compare(fixture.files(out), ["Home/Groceries.md"])
             compare(Screens.visibleTexts(flow.content)[1], "1 notes written · 1 folders")
+        }
+
+        function test_sameNamedFoldersAreListedApart() {
+            fixture.seedNotes(JSON.stringify({
+                "folders": [{ "name": "Notes", "notes": [{ "name": "A", "body": "<div>A</div>" }] }],
+                "accounts": [{ "name": "On My Mac",
+                               "folders": [{ "name": "Notes", "notes": [{ "name": "B", "body": "<div>B</div>" }] }] }]
+            }))
+            loaded()
+            compare(exporter.availableFolders, ["Notes — iCloud", "Notes — On My Mac"])
+            const out = fixture.makeDir()
+            choose(out)
+            mouseClick(Screens.button(flow.content, "Choose folders"))
+            waitForRendering(flow)
+            compare(findChild(flow.content, "folderList").count, 2)
+            mouseClick(Screens.button(flow.content, "Notes — On My Mac"))
+            compare(flow.selectedFolders, ["Notes — On My Mac"])
+            run()
+            compare(fixture.files(out), ["Notes/B.md"])
+            compare(Screens.visibleTexts(flow.content)[1], "1 notes written · 1 folders")
+        }
+
+        function test_sameNamedFoldersAreEachExported() {
+            fixture.seedNotes(JSON.stringify({
+                "folders": [{ "name": "Notes", "notes": [{ "name": "A", "body": "<div>A</div>" }] }],
+                "accounts": [{ "name": "On My Mac",
+                               "folders": [{ "name": "Notes", "notes": [{ "name": "B", "body": "<div>B</div>" }] }] }]
+            }))
+            loaded()
+            const out = fixture.makeDir()
+            choose(out)
+            run()
+            compare(fixture.files(out), ["Notes (2)/B.md", "Notes/A.md"])
+            compare(Screens.visibleTexts(flow.content)[1], "2 notes written · 2 folders")
         }
 
         function test_resultDone() {
