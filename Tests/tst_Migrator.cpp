@@ -338,6 +338,46 @@ private slots:
         QVERIFY2(ticksAtFirstNote >= 10, qPrintable(QString::number(ticksAtFirstNote)));
     }
 
+    // osascript itself can fail: a crash or a failure that says nothing still gives each note a reason.
+    void failuresOfOsascriptItselfHaveAReason_data()
+    {
+        QTest::addColumn<QByteArray>("variable");
+        QTest::addColumn<QString>("reason");
+        QTest::addRow("crash") << QByteArray("VELLORAN_FAKE_NOTES_CRASH")
+                               << u"Apple Notes error: osascript ended with signal 11"_s;
+        QTest::addRow("no message") << QByteArray("VELLORAN_FAKE_NOTES_SILENT")
+                                    << u"Apple Notes error: osascript failed without a message (exit status 1)"_s;
+    }
+    void failuresOfOsascriptItselfHaveAReason()
+    {
+        QFETCH(QByteArray, variable);
+        QFETCH(QString, reason);
+        write(u"One.md"_s, "1\n");
+        write(u"Two.md"_s, "2\n");
+        qputenv(variable.constData(), "create-note");
+        Migrator migrator;
+        const Migrator::Report report = migrate(migrator, scan());
+        QCOMPARE(report.notesCreated, 0);
+        QCOMPARE(report.notesFailed, (Pairs { { u"One"_s, reason }, { u"Two"_s, reason } }));
+        QCOMPARE(report.stopped, false);
+    }
+
+    // The stand-in's own Notes that never answers a note: Stop ends it after the grace period.
+    void hangingNoteOfTheStandInIsStopped()
+    {
+        write(u"One.md"_s, "1\n");
+        qputenv("VELLORAN_FAKE_NOTES_HANG", "create-note");
+        Migrator migrator;
+        migrator.setStopGracePeriod(std::chrono::milliseconds(200));
+        connect(&migrator, &Migrator::currentNoteChanged, this, [&] {
+            if (migrator.currentNote() == u"One"_s)
+                QTimer::singleShot(300, &migrator, &Migrator::requestStop);
+        });
+        const Migrator::Report report = migrate(migrator, scan());
+        QCOMPARE(report.notesFailed, (Pairs { { u"One"_s, u"stopped before Notes answered"_s } }));
+        QCOMPARE(report.stopped, true);
+    }
+
     void subfoldersAreEnsuredInPlainOrder()
     {
         for (const char *path : { "b/n1.md", "a/n2.md", "B/n3.md", "a/b/n4.md", "Ä/n5.md", "a b/n6.md" })

@@ -11,7 +11,11 @@
 #include <QJsonObject>
 #include <QStringDecoder>
 
+#include <csignal>
 #include <cstdio>
+
+#include <sys/resource.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -73,6 +77,12 @@ Environment
   VELLORAN_FAKE_NOTES_FAIL_NOTE Note names, one per line: creating such a note fails (-10000), and
                                 reading it gives the read program's could-not-read body.
   VELLORAN_FAKE_NOTES_DELAY_MS  Milliseconds to wait before answering.
+  VELLORAN_FAKE_NOTES_HANG      Program names (ensure-folder, ensure-subfolder, create-note, list-folders,
+                                read-folder, ...), one per line: running one never answers.
+  VELLORAN_FAKE_NOTES_CRASH     Program names, one per line: running one dies with signal 11 and prints
+                                nothing.
+  VELLORAN_FAKE_NOTES_SILENT    Program names, one per line: running one fails (exit status 1) without a
+                                message.
   VELLORAN_FAKE_NOTES_LOG       A file to which each run appends one JSON line:
                                 {"program": "create-note" or null, "argv": [SCRIPT-FILE, ARGUMENT...]}.
   VELLORAN_FAKE_NOTES_OLD_NOTES When set (and not 0), the list folder details and read folder by id
@@ -168,6 +178,12 @@ int runOptions(const QStringList &args)
     return 0;
 }
 
+/// The program names listed, one per line, in the environment variable `variable`.
+QStringList programsFrom(const char *variable)
+{
+    return qEnvironmentVariable(variable).split(u'\n', Qt::SkipEmptyParts);
+}
+
 int runScript(const QString &scriptPath, const QStringList &args)
 {
     QFile file(scriptPath);
@@ -187,6 +203,22 @@ int runScript(const QString &scriptPath, const QStringList &args)
                 .toUtf8());
         return 1;
     }
+
+    // Failures of osascript itself, by program name: a Notes that never answers, a crash, and a failure
+    // that says nothing.
+    const QString name = FakePrograms::name(*program);
+    if (programsFrom("VELLORAN_FAKE_NOTES_HANG").contains(name)) {
+        while (true)
+            ::pause();
+    }
+    if (programsFrom("VELLORAN_FAKE_NOTES_CRASH").contains(name)) {
+        const rlimit noCore {};
+        ::setrlimit(RLIMIT_CORE, &noCore);
+        std::signal(SIGSEGV, SIG_DFL);
+        std::raise(SIGSEGV);
+    }
+    if (programsFrom("VELLORAN_FAKE_NOTES_SILENT").contains(name))
+        return 1;
 
     const QString libraryPath = qEnvironmentVariable("VELLORAN_FAKE_NOTES");
     if (libraryPath.isEmpty())
