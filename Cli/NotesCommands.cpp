@@ -3,7 +3,7 @@
 #include "CliIo.h"
 #include "Commands.h"
 
-#include "NotesExporter.h"
+#include "Exporter.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -17,14 +17,16 @@ namespace {
 
 int listFolders(bool json)
 {
-    QStringList folders;
-    try {
-        folders = NotesExporter::listFolders();
-    } catch (const std::exception &error) {
+    // The export controller's own list, so that folders of one name show as the export screen shows them
+    // ("Notes — iCloud"), and each line can be given to export --folder.
+    Exporter exporter;
+    QCoro::waitFor(exporter.loadFolders());
+    if (const std::optional<QString> &error = exporter.errorMessage()) {
         // The same text that the application shows, so a refused Automation permission says where to grant it.
-        CliIo::fail(errorDescription(error), errorDescription(error));
+        CliIo::fail(*error, *error);
         return 1;
     }
+    const QStringList folders = exporter.availableFolders();
     if (json) {
         CliIo::out(QJsonDocument(QJsonArray::fromStringList(folders)).toJson(QJsonDocument::Compact) + '\n');
     } else {
@@ -39,8 +41,9 @@ int listFolders(bool json)
 void addNotesCommands(CLI::App &app, int &exitCode)
 {
     auto json = std::make_shared<bool>(false);
-    CLI::App *folders = app.add_subcommand(
-        "folders", "List the Apple Notes folders, sorted as the export screen shows them, one per line.");
+    CLI::App *folders = app.add_subcommand("folders",
+        "List the Apple Notes folders as the export screen shows them, one per line (folders that "
+        "share a name with what tells them apart); each line can be given to export --folder.");
     folders->add_flag("--json", *json, "Print them as one JSON array instead (a failure as {\"error\": MESSAGE})");
     folders->callback([json, &exitCode] { exitCode = listFolders(*json); });
 }

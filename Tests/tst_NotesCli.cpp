@@ -76,6 +76,16 @@ private slots:
         QCOMPARE(run.err, QByteArray());
     }
 
+    // Folders that share a name are listed as the export screen shows them, each usable with --folder.
+    void sameNamedFoldersAreListedApart()
+    {
+        fixture->seed(R"({"folders": [{"name": "Notes"}, {"name": "Work"}],
+                          "accounts": [{"name": "On My Mac", "folders": [{"name": "Notes"}]}]})");
+        const Run run = cli({ u"folders"_s });
+        QCOMPARE(run.status, 0);
+        QCOMPARE(QString::fromUtf8(run.out), u"Notes — iCloud\nNotes — On My Mac\nWork\n"_s);
+    }
+
     void failures_data()
     {
         QTest::addColumn<QByteArray>("variable");
@@ -83,7 +93,7 @@ private slots:
         QTest::addRow("Automation refused")
             << QByteArray("VELLORAN_FAKE_NOTES_DENY") << (permissionText() + u'\n').toUtf8();
         QTest::addRow("time-out") << QByteArray("VELLORAN_FAKE_NOTES_TIMEOUT")
-                                  << QByteArray("Apple Notes error: SCRIPT:84:91: execution error: Notes got an error: "
+                                  << QByteArray("Apple Notes error: SCRIPT:85:92: execution error: Notes got an error: "
                                                 "AppleEvent timed out. (-1712)\n");
     }
 
