@@ -106,6 +106,22 @@ std::optional<QString> readUtf8(const QString &path)
     return std::move(read.text);
 }
 
+std::optional<QString> writeNewFile(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly))
+        return file.errorString();
+    const bool written = file.write(bytes) == bytes.size() && file.flush();
+    const QString failure = file.errorString();
+    file.close();
+    if (!written || file.error() != QFileDevice::NoError) {
+        const QString text = written ? file.errorString() : failure;
+        QFile::remove(path);
+        return text;
+    }
+    return std::nullopt;
+}
+
 Listing listFolder(const QString &path)
 {
     Listing listing;

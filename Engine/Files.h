@@ -35,6 +35,11 @@ struct Entry
     EntryType type = EntryType::other;
 };
 
+/// Writes `bytes` to a new file at `path` (never over an existing file, never through a link) without
+/// syncing it to disk: for temporary files that live only as long as one run. Gives the system's text when
+/// it fails, after removing what it made.
+std::optional<QString> writeNewFile(const QString &path, const QByteArray &bytes);
+
 /// A folder's entries (not "." and ".."), sorted by name in code-unit order so that every listing of the
 /// same folder comes in the same order, or why the folder could not be listed.
 struct Listing

@@ -14,7 +14,6 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QPointer>
-#include <QSaveFile>
 #include <QThread>
 #include <QUuid>
 #include <QtConcurrent>
@@ -33,15 +32,14 @@ QString translated(const char *text)
     return QCoreApplication::translate("Velloran", text);
 }
 
-/// Writes `html` as UTF-8 to a fresh "velloran-body-UUID.html" in the run's folder, atomically. Gives the
-/// file's path, or throws FileSystemError with the system's text.
+/// Writes `html` as UTF-8 to a fresh "velloran-body-UUID.html" in the run's folder. Gives the file's path,
+/// or throws FileSystemError with the system's text. The file lives only until its note is made, so it is
+/// not synced to disk.
 QString writeBodyFile(const ScriptRunner::RunFolder &folder, const QString &html)
 {
     const QString path = folder.newFilePath(u"velloran-body-", u".html");
-    QSaveFile file(path);
-    const QByteArray bytes = html.toUtf8();
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
-        throw FileSystemError(file.errorString());
+    if (const std::optional<QString> failure = Files::writeNewFile(path, html.toUtf8()))
+        throw FileSystemError(*failure);
     return path;
 }
 

@@ -4,12 +4,7 @@
 #include "Text.h"
 
 #include <QCoreApplication>
-#include <QDir>
-#include <QFile>
-#include <QProcess>
-#include <QSaveFile>
 #include <QStringDecoder>
-#include <QUuid>
 
 using namespace Qt::StringLiterals;
 

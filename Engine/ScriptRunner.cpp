@@ -1,6 +1,7 @@
 #include "ScriptRunner.h"
 
 #include "Errors.h"
+#include "Files.h"
 #include "NotesBridge_p.h"
 #include "NotesExporter_p.h"
 #include "Text.h"
@@ -11,7 +12,6 @@
 #include <QPointer>
 #include <QProcess>
 #include <QRegularExpression>
-#include <QSaveFile>
 #include <QTimer>
 #include <QUuid>
 
@@ -88,10 +88,9 @@ QString RunFolder::scriptFile(Side side, const QString &script)
     if (const auto found = m_scripts.constFind(key); found != m_scripts.cend())
         return *found;
     const QString path = newFilePath(side == Side::write ? u"velloran-" : u"velloran-export-", u".applescript");
-    QSaveFile file(path);
-    const QByteArray bytes = script.toUtf8();
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
-        throw FileSystemError(file.errorString());
+    // Written once per run and removed with it: not synced to disk.
+    if (const std::optional<QString> failure = Files::writeNewFile(path, script.toUtf8()))
+        throw FileSystemError(*failure);
     m_scripts.insert(key, path);
     return path;
 }

@@ -13,6 +13,7 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QSet>
+#include <QtConcurrent>
 
 #include <algorithm>
 #include <numeric>
@@ -363,29 +364,29 @@ VaultAnalysis scan(const QUrl &vault)
     if (!walked)
         return analysis;
 
+    // Each file is read and analysed on its own, on every core; the results come back in walk order.
     struct Scanned
     {
-        VaultAnalysis::Note note;
-        QString folderPath;
+        std::optional<VaultAnalysis::Note> note;
         QString relativePath;
-        /// The images the migration will try to attach: those the renderer meets (none inside code).
-        QStringList rendered;
+        /// Why the file could not be read, when it could not.
+        QString failure;
+        qint64 resolved = 0;
+        qint64 missing = 0;
     };
-    QList<Scanned> scanned;
-    scanned.reserve(markdownFiles.size());
-    for (const QString &path : std::as_const(markdownFiles)) {
-        const QString relativePath = relativeTo(vaultPath, path);
+    const auto scanFile = [&](const QString &path) {
+        Scanned scanned;
+        scanned.relativePath = relativeTo(vaultPath, path);
         // A link may lead anywhere: only what lies inside the vault is read.
         const QFileInfo info(path);
         if (info.isSymLink() && info.exists() && !isInsideVault(info.canonicalFilePath(), canonicalVault)) {
-            const QString reason = info.isFile() ? translated("outside the folder") : translated("not a regular file");
-            analysis.unreadable.append({ relativePath, reason });
-            continue;
+            scanned.failure = info.isFile() ? translated("outside the folder") : translated("not a regular file");
+            return scanned;
         }
         Files::TextRead read = Files::readText(path);
         if (!read.ok()) {
-            analysis.unreadable.append({ relativePath, read.failure });
-            continue;
+            scanned.failure = read.failure;
+            return scanned;
         }
 
         VaultAnalysis::Note note;
@@ -403,28 +404,32 @@ VaultAnalysis scan(const QUrl &vault)
             note.wikilinks.append(match.group(body, 1).toString());
         note.hasTables = body.startsWith(u'|') || body.contains(u"\n|");
         note.hasTasks = MarkdownPatterns::hasTaskItem(body);
-        if (!note.relativeFolder.isEmpty())
-            analysis.folders.insert(note.relativeFolder.join(u'/'));
-        QStringList rendered = MarkdownLite::convert(body).images;
-        scanned.append({ std::move(note), info.path(), relativePath, std::move(rendered) });
-    }
-
-    // Counted from what the renderer collects, so that the analysis and the migration report always
-    // agree about every image (an image written inside code, say, is attached by neither).
-    for (const Scanned &entry : std::as_const(scanned)) {
-        for (const QString &ref : entry.rendered) {
-            if (resolveImage(ref, entry.folderPath, canonicalVault, images).file)
-                addChecked(analysis.attachmentsResolved);
+        // Counted from what the renderer collects, so that the analysis and the migration report always
+        // agree about every image (an image written inside code, say, is attached by neither).
+        for (const QString &ref : MarkdownLite::convert(body).images) {
+            if (resolveImage(ref, info.path(), canonicalVault, images).file)
+                addChecked(scanned.resolved);
             else
-                addChecked(analysis.attachmentsMissing);
+                addChecked(scanned.missing);
         }
-    }
+        scanned.note = std::move(note);
+        return scanned;
+    };
+    QList<Scanned> scanned = QtConcurrent::blockingMapped<QList<Scanned>>(markdownFiles, scanFile);
 
-    analysis.notes.reserve(scanned.size());
     QStringList relativePaths;
     relativePaths.reserve(scanned.size());
+    analysis.notes.reserve(scanned.size());
     for (Scanned &entry : scanned) {
-        analysis.notes.append(std::move(entry.note));
+        if (!entry.note) {
+            analysis.unreadable.append({ entry.relativePath, entry.failure });
+            continue;
+        }
+        addChecked(analysis.attachmentsResolved, entry.resolved);
+        addChecked(analysis.attachmentsMissing, entry.missing);
+        if (!entry.note->relativeFolder.isEmpty())
+            analysis.folders.insert(entry.note->relativeFolder.join(u'/'));
+        analysis.notes.append(*std::move(entry.note));
         relativePaths.append(entry.relativePath);
     }
     analysis.titlesRenamed = renameClashingTitles(analysis.notes, relativePaths);
