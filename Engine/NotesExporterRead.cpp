@@ -164,22 +164,36 @@ QCoro::Task<QStringList> listFolders(ScriptRunner::Context context)
     co_return folderNames(output);
 }
 
-QCoro::Task<FolderRead> readFolder(ScriptRunner::Context context, QString folder)
+namespace {
+
+/// One folder's notes from `program` run with the one argument `argument`. A failed script is the read's
+/// failure (marked when the program did not compile); only RunStopped is thrown.
+QCoro::Task<FolderRead> readWith(ScriptRunner::Context context, QStringView program, QString argument)
 {
     FolderRead read;
     try {
-        QCoro::Task<QString> running = ScriptRunner::run(ScriptRunner::Side::read, withStripSeps(folderReadProgram),
-            QStringList(folder), context.folder, context.stop);
+        QCoro::Task<QString> running = ScriptRunner::run(
+            ScriptRunner::Side::read, withStripSeps(program), QStringList(argument), context.folder, context.stop);
         const QString output = co_await running;
         // A folder with many notes reads back as megabytes: parsed off this thread.
         QFuture<QList<NoteRecord>> parsing = QtConcurrent::run(parseRecords, output);
         read.notes = co_await parsing;
     } catch (const RunStopped &) {
         throw;
+    } catch (const ExportError &error) {
+        read.failure = errorDescription(error);
+        read.notCompiled = error.kind() == ExportError::Kind::scriptFailed && isCompileFailure(error.message());
     } catch (const std::exception &error) {
         read.failure = errorDescription(error);
     }
     co_return read;
+}
+
+} // namespace
+
+QCoro::Task<FolderRead> readFolder(ScriptRunner::Context context, QString folder)
+{
+    return readWith(context, folderReadProgram, std::move(folder));
 }
 
 QCoro::Task<QList<FolderEntry>> listFolderDetails(ScriptRunner::Context context)
@@ -210,22 +224,7 @@ QCoro::Task<QList<FolderEntry>> listFolderDetails(ScriptRunner::Context context)
 
 QCoro::Task<FolderRead> readFolderById(ScriptRunner::Context context, QString id)
 {
-    FolderRead read;
-    try {
-        QCoro::Task<QString> running = ScriptRunner::run(ScriptRunner::Side::read, withStripSeps(folderReadByIdProgram),
-            QStringList(id), context.folder, context.stop);
-        const QString output = co_await running;
-        QFuture<QList<NoteRecord>> parsing = QtConcurrent::run(parseRecords, output);
-        read.notes = co_await parsing;
-    } catch (const RunStopped &) {
-        throw;
-    } catch (const ExportError &error) {
-        read.failure = errorDescription(error);
-        read.notCompiled = error.kind() == ExportError::Kind::scriptFailed && isCompileFailure(error.message());
-    } catch (const std::exception &error) {
-        read.failure = errorDescription(error);
-    }
-    co_return read;
+    return readWith(context, folderReadByIdProgram, std::move(id));
 }
 
 std::optional<QString> unreadableBodyReason(const QString &html)
