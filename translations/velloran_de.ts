@@ -294,7 +294,7 @@ to clean .md files</source>
     </message>
     <message>
         <source>Deep folders flattened to “A ▸ B” (Notes nests one level)</source>
-        <translation>Tief verschachtelte Ordner zu „A ▸ B“ zusammengefasst (Notizen verschachtelt nur eine Ebene)</translation>
+        <translation>Tiefe Ordner zu „A ▸ B“ zusammengefasst (Notizen hat nur eine Ebene)</translation>
     </message>
     <message>
         <source>%1 notes already existed in the destination folder and were skipped (no duplicates created). Safe to re-run.</source>
