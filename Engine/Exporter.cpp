@@ -21,11 +21,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QString translated(const char *text)
-{
-    return QCoreApplication::translate("Velloran", text);
-}
-
 using NotesExporter::FolderEntry;
 
 /// Each label once, in order: the screen's list, on which same-named folders listed without ids (which
@@ -77,7 +72,7 @@ QStringList Exporter::folderLabels(const QList<FolderEntry> &folders)
             const FolderEntry &folder = folders.at(i);
             if (folder.parent.isEmpty())
                 return folder.account;
-            const QString in = translated("in ") + folder.parent;
+            const QString in = QCoreApplication::translate("Velloran", "in %1").arg(folder.parent);
             return withAccount && !folder.account.isEmpty() ? in + u", "_s + folder.account : in;
         };
         QSet<QString> contexts;
@@ -302,7 +297,7 @@ QCoro::Task<> Exporter::exportNotes(QStringList selectedFolders, QUrl to)
     const auto failReading = [&](const QString &error) {
         setErrorMessage(error);
         NotesExporter::Result failure;
-        failure.failed.append({ u"(reading Apple Notes)"_s, error });
+        failure.failed.append({ QCoreApplication::translate("Velloran", "(reading Apple Notes)"), error });
         endWith(std::move(failure));
     };
 
@@ -334,8 +329,8 @@ QCoro::Task<> Exporter::exportNotes(QStringList selectedFolders, QUrl to)
             for (const QString &choice : std::as_const(selectedFolders)) {
                 const QList<qsizetype> found = chosenBy(choice, listed, labels);
                 if (found.isEmpty())
-                    folderFailures.append(
-                        { u"(folder "_s + choice + u')', translated("no such folder in Apple Notes") });
+                    folderFailures.append({ QCoreApplication::translate("Velloran", "(folder %1)").arg(choice),
+                        QCoreApplication::translate("Velloran", "no such folder in Apple Notes") });
                 for (const qsizetype i : found)
                     picked.insert(i);
             }
@@ -353,7 +348,7 @@ QCoro::Task<> Exporter::exportNotes(QStringList selectedFolders, QUrl to)
             if (stop.isRequested())
                 break;
             const FolderEntry &entry = listed.at(chosen.at(c));
-            const QString label = u"(folder "_s + labels.at(chosen.at(c)) + u')';
+            const QString label = QCoreApplication::translate("Velloran", "(folder %1)").arg(labels.at(chosen.at(c)));
             NotesExporter::FolderRead read;
             bool done = false;
             if (byId) {
@@ -370,7 +365,8 @@ QCoro::Task<> Exporter::exportNotes(QStringList selectedFolders, QUrl to)
                     return other.name == entry.name;
                 }) == listed.cbegin() + chosen.at(c);
                 if (!firstOfItsName || readByName.contains(entry.name)) {
-                    folderFailures.append({ label, translated("not exported: another folder has the same name") });
+                    folderFailures.append({ label,
+                        QCoreApplication::translate("Velloran", "not exported: another folder has the same name") });
                     continue;
                 }
                 readByName.insert(entry.name);
@@ -430,7 +426,8 @@ QCoro::Task<> Exporter::exportNotes(QStringList selectedFolders, QUrl to)
     // A note whose body Notes would not give is written with the explanation, and is a failure too.
     for (const NotesExporter::NoteRecord &record : std::as_const(records)) {
         if (const std::optional<QString> reason = NotesExporter::unreadableBodyReason(record.html))
-            result.failed.append({ record.name, translated("couldn't read the note's body: ") + *reason });
+            result.failed.append({ record.name,
+                QCoreApplication::translate("Velloran", "couldn't read the note's body: %1").arg(*reason) });
     }
     result.failed += folderFailures;
     endWith(std::move(result));

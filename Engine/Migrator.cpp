@@ -27,11 +27,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QString translated(const char *text)
-{
-    return QCoreApplication::translate("Velloran", text);
-}
-
 /// Writes `html` as UTF-8 to a fresh "velloran-body-UUID.html" in the run's folder. Gives the file's path,
 /// or throws FileSystemError with the system's text. The file lives only until its note is made, so it is
 /// not synced to disk.
@@ -156,7 +151,7 @@ QCoro::Task<> Migrator::migrate(VaultAnalysis analysis, QUrl vault)
     try {
         folder.emplace();
     } catch (const std::exception &error) {
-        report.notesFailed.append({ u"(setup)"_s, errorDescription(error) });
+        report.notesFailed.append({ QCoreApplication::translate("Velloran", "(setup)"), errorDescription(error) });
         m_stop = nullptr;
         setRunning(false);
         setReport(std::move(report));
@@ -172,13 +167,13 @@ QCoro::Task<> Migrator::migrate(VaultAnalysis analysis, QUrl vault)
         if (!self)
             co_return;
         // Notes did not answer the first script (an Automation prompt left open, say): nothing was made.
-        report.notesFailed.append({ u"(setup)"_s, stopped.errorDescription() });
+        report.notesFailed.append({ QCoreApplication::translate("Velloran", "(setup)"), stopped.errorDescription() });
         finish();
         co_return;
     } catch (const std::exception &error) {
         if (!self)
             co_return;
-        report.notesFailed.append({ u"(setup)"_s, errorDescription(error) });
+        report.notesFailed.append({ QCoreApplication::translate("Velloran", "(setup)"), errorDescription(error) });
         m_stop = nullptr;
         setRunning(false);
         setReport(std::move(report));
@@ -207,7 +202,8 @@ QCoro::Task<> Migrator::migrate(VaultAnalysis analysis, QUrl vault)
         } catch (const RunStopped &) {
             break;
         } catch (const std::exception &error) {
-            report.notesFailed.append({ u"(folder "_s + path + u')', errorDescription(error) });
+            report.notesFailed.append(
+                { QCoreApplication::translate("Velloran", "(folder %1)").arg(path), errorDescription(error) });
         }
         if (!self)
             co_return;
@@ -230,7 +226,8 @@ QCoro::Task<> Migrator::migrate(VaultAnalysis analysis, QUrl vault)
         const QString filePath = note.fileURL.toLocalFile();
         std::optional<QString> text = Files::readUtf8(filePath);
         if (!text) {
-            report.notesFailed.append({ note.title, translated("Couldn't read the file") });
+            report.notesFailed.append(
+                { note.title, QCoreApplication::translate("Velloran", "Couldn't read the file") });
             continue;
         }
         if (note.frontmatterStripped)
