@@ -537,6 +537,15 @@ private slots:
         QTest::addRow("decimal zero") << u"&#0;"_s << QString(QChar(0));
         QTest::addRow("decimal without digits") << u"&#;"_s << u"&#;"_s;
         QTest::addRow("decimal with hexadecimal digit") << u"&#6A;"_s << u"&#6A;"_s;
+        QTest::addRow("decimal with Arabic-Indic digits") << u"&#\u0666\u0665;"_s << u"&#\u0666\u0665;"_s;
+        QTest::addRow("decimal with full-width digits") << u"&#\uFF16\uFF15;"_s << u"&#\uFF16\uFF15;"_s;
+        QTest::addRow("decimal with a sign") << u"&#+65;&#-65;"_s << u"&#+65;&#-65;"_s;
+        QTest::addRow("decimal with spaces") << u"&# 65;&#65 ;"_s << u"&# 65;&#65 ;"_s;
+        QTest::addRow("decimal after a hundred zeros") << u"&#"_s + QString(100, u'0') + u"65;"_s << u"A"_s;
+        QTest::addRow("decimal largest 32-bit") << u"&#4294967295;"_s << u"&#4294967295;"_s;
+        QTest::addRow("hexadecimal with a prefix") << u"&#x0x41;"_s << u"&#x0x41;"_s;
+        QTest::addRow("hexadecimal with full-width digits") << u"&#x\uFF14\uFF11;"_s << u"&#x\uFF14\uFF11;"_s;
+        QTest::addRow("hexadecimal after a hundred zeros") << u"&#x"_s + QString(100, u'0') + u"41;"_s << u"A"_s;
         QTest::addRow("unknown name") << u"&foo;"_s << u"&foo;"_s;
         QTest::addRow("names are case-sensitive") << u"&AMP;&Lt;"_s << u"&AMP;&Lt;"_s;
         QTest::addRow("no semicolon") << u"&amp&amp"_s << u"&amp&amp"_s;
