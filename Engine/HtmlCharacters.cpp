@@ -169,7 +169,7 @@ std::optional<qsizetype> Characters::indexAtOffset(qsizetype offset) const
     return qsizetype(it - m_starts.cbegin());
 }
 
-// MARK: Helpers over the character array
+// Searches over the character array
 
 bool matchAhead(const Characters &chars, qsizetype start, QStringView needle)
 {

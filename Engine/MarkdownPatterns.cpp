@@ -78,26 +78,31 @@ std::optional<Regex::Match> wikiAt(
 
 } // namespace
 
-QList<Regex::Match> wikiEmbeds(QStringView text)
+namespace {
+
+/// The wiki forms that open with "[[": embeds, which have a "!" before it, or links, which have none.
+QList<Regex::Match> wikiForms(QStringView text, bool embeds)
 {
     const NextTable barOrClose(text, u']', u'|');
     const NextTable close(text, u']');
-    return findAll(text, u'!', [&](qsizetype p) -> std::optional<Regex::Match> {
-        if (!at(text, p + 1, u'[') || !at(text, p + 2, u'['))
+    return findAll(text, embeds ? u'!' : u'[', [&](qsizetype p) -> std::optional<Regex::Match> {
+        const qsizetype brackets = embeds ? p + 1 : p;
+        if (!at(text, brackets, u'[') || !at(text, brackets + 1, u'[') || (!embeds && at(text, p - 1, u'!')))
             return std::nullopt;
-        return wikiAt(text, p, p + 3, barOrClose, close);
+        return wikiAt(text, p, brackets + 2, barOrClose, close);
     });
+}
+
+} // namespace
+
+QList<Regex::Match> wikiEmbeds(QStringView text)
+{
+    return wikiForms(text, true);
 }
 
 QList<Regex::Match> wikiLinkTargets(QStringView text)
 {
-    const NextTable barOrClose(text, u']', u'|');
-    const NextTable close(text, u']');
-    return findAll(text, u'[', [&](qsizetype p) -> std::optional<Regex::Match> {
-        if (at(text, p - 1, u'!') || !at(text, p + 1, u'['))
-            return std::nullopt;
-        return wikiAt(text, p, p + 2, barOrClose, close);
-    });
+    return wikiForms(text, false);
 }
 
 QList<Regex::Match> aliasedWikiLinks(QStringView text)

@@ -115,7 +115,7 @@ class tst_HtmlToMarkdown : public QObject
     Q_OBJECT
 
 private slots:
-    // MARK: Token
+    // Token
 
     void tokenKindsInOrder()
     {
@@ -125,7 +125,7 @@ private slots:
         QCOMPARE(int(Token::Kind::selfClosing), 3);
     }
 
-    // MARK: Characters
+    // Characters
 
     void charactersMatchGraphemeClusters_data()
     {
@@ -219,7 +219,7 @@ private slots:
         QCOMPARE(indexOf(chars, 0, u'>'), std::optional<qsizetype>(5));
     }
 
-    // MARK: Tokenizer
+    // Tokenizer
 
     void tokenize_data()
     {
@@ -492,7 +492,7 @@ private slots:
         QCOMPARE(scan.attributes().value(u"b"_s), u"2"_s);
     }
 
-    // MARK: Entities
+    // Entities
 
     void decodeEntities_data()
     {
@@ -625,7 +625,7 @@ private slots:
         }
     }
 
-    // MARK: Regular expressions
+    // Regular expressions
 
     void replaceRegex()
     {
@@ -640,7 +640,7 @@ private slots:
         QCOMPARE(HtmlToMarkdown::replaceRegex(QString(), u"(x)"_s, bracket), QString());
     }
 
-    // MARK: Renderer helpers
+    // Renderer helpers
 
     void ensureNewline_data()
     {
@@ -746,7 +746,7 @@ private slots:
         QCOMPARE(HtmlToMarkdown::collapseEmptyLink(out), collapsed);
     }
 
-    // MARK: convert
+    // convert
 
     // A target with a space, a parenthesis or a line break would end the Markdown link early: such a
     // target goes between "<" and ">", with "<", ">" and line breaks percent-encoded.
@@ -879,7 +879,7 @@ private slots:
         QCOMPARE(render({ Token::close(u"li"_s), Token::close(u"img"_s), Token::close(u"h7"_s) }), QString());
     }
 
-    // MARK: Note bodies as Notes gives them
+    // Note bodies as Notes gives them
 
     void notesFixtures_data()
     {
@@ -918,7 +918,7 @@ private slots:
             u"Caf\u00E9 e\u0301\nBefore\n![]("_s + uri + u")\nAfter"_s);
     }
 
-    // MARK: Inputs made to be slow
+    // Inputs made to be slow
 
     void pathologicalUnmatchedOpeners()
     {
