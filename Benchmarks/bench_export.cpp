@@ -127,7 +127,7 @@ void BM_ConvertCorpusHtml(benchmark::State &state)
 }
 BENCHMARK(BM_ConvertCorpusHtml)->Unit(benchmark::kMillisecond);
 
-// MARK: Export
+// Writing the files
 
 constexpr int exportCount = 10000;
 
@@ -147,21 +147,30 @@ const QList<NotesExporter::NoteRecord> &records()
     return made;
 }
 
-void BM_ExportNotes(benchmark::State &state)
+/// Times `write(folder)` into a new empty folder in every iteration; making and removing the folder is
+/// not timed.
+template<typename Write> void writeIntoFreshFolders(benchmark::State &state, Write write)
 {
-    const QList<NotesExporter::NoteRecord> &notes = records();
     for (auto _ : state) {
         state.PauseTiming();
         QTemporaryDir dir;
         state.ResumeTiming();
-        const NotesExporter::Result result = NotesExporter::exportNotes(notes, QUrl::fromLocalFile(dir.path()));
-        if (result.written != exportCount)
-            state.SkipWithError("not every note was written");
+        write(dir.path());
         state.PauseTiming();
         dir.remove();
         state.ResumeTiming();
     }
     state.SetItemsProcessed(state.iterations() * exportCount);
+}
+
+void BM_ExportNotes(benchmark::State &state)
+{
+    const QList<NotesExporter::NoteRecord> &notes = records();
+    writeIntoFreshFolders(state, [&](const QString &folder) {
+        const NotesExporter::Result result = NotesExporter::exportNotes(notes, QUrl::fromLocalFile(folder));
+        if (result.written != exportCount)
+            state.SkipWithError("not every note was written");
+    });
 }
 BENCHMARK(BM_ExportNotes)->Unit(benchmark::kMillisecond)->Iterations(3)->UseRealTime();
 
@@ -190,22 +199,15 @@ void BM_ExportFloorQSaveFile(benchmark::State &state)
             folders.append(folder);
     }
 
-    for (auto _ : state) {
-        state.PauseTiming();
-        QTemporaryDir dir;
-        state.ResumeTiming();
+    writeIntoFreshFolders(state, [&](const QString &destination) {
         for (const QString &folder : std::as_const(folders))
-            QDir(dir.path()).mkpath(folder);
+            QDir(destination).mkpath(folder);
         for (const auto &[relative, bytes] : std::as_const(files)) {
-            QSaveFile file(dir.path() + u'/' + relative);
+            QSaveFile file(destination + u'/' + relative);
             if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
                 state.SkipWithError("a write failed");
         }
-        state.PauseTiming();
-        dir.remove();
-        state.ResumeTiming();
-    }
-    state.SetItemsProcessed(state.iterations() * exportCount);
+    });
 }
 BENCHMARK(BM_ExportFloorQSaveFile)->Unit(benchmark::kMillisecond)->Iterations(3)->UseRealTime();
 

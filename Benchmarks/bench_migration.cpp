@@ -4,11 +4,11 @@
 //   build/release/Benchmarks/bench_migration
 //   build/release/Benchmarks/bench_migration --benchmark_filter=Scan   (alone, for a clean peak RSS)
 
+#include "BenchmarkMain.h"
 #include "Files.h"
 #include "MarkdownLite.h"
 #include "VaultScanner.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QDirIterator>
 #include <QFileInfo>
@@ -103,33 +103,21 @@ void BM_UnclosedMarkersOneLine(benchmark::State &state)
     convertPathological(state, u"[[a ![b "_s.repeated(state.range(0)));
     state.SetComplexityN(state.range(0));
 }
-BENCHMARK(BM_UnclosedMarkersOneLine)
-    ->RangeMultiplier(2)
-    ->Range(25000, 100000)
-    ->Unit(benchmark::kMillisecond)
-    ->Complexity();
+BENCHMARK(BM_UnclosedMarkersOneLine)->Apply(doublingFrom<25000>);
 
 void BM_UnclosedBracketsOneLine(benchmark::State &state)
 {
     convertPathological(state, QString(state.range(0), u'['));
     state.SetComplexityN(state.range(0));
 }
-BENCHMARK(BM_UnclosedBracketsOneLine)
-    ->RangeMultiplier(2)
-    ->Range(100000, 400000)
-    ->Unit(benchmark::kMillisecond)
-    ->Complexity();
+BENCHMARK(BM_UnclosedBracketsOneLine)->Apply(doublingFrom<100000>);
 
 void BM_LinksWithoutClosingParenthesis(benchmark::State &state)
 {
     convertPathological(state, u"[a](b "_s.repeated(state.range(0)));
     state.SetComplexityN(state.range(0));
 }
-BENCHMARK(BM_LinksWithoutClosingParenthesis)
-    ->RangeMultiplier(2)
-    ->Range(25000, 100000)
-    ->Unit(benchmark::kMillisecond)
-    ->Complexity();
+BENCHMARK(BM_LinksWithoutClosingParenthesis)->Apply(doublingFrom<25000>);
 
 /// The per-note work of the analysis on one text: embeds, images, wiki links and the task search.
 void analyseBody(benchmark::State &state, const QString &body)
@@ -151,21 +139,13 @@ void BM_AnalyzeBlankLines(benchmark::State &state)
 {
     analyseBody(state, QString(state.range(0), u'\n') + u"x"_s);
 }
-BENCHMARK(BM_AnalyzeBlankLines)
-    ->RangeMultiplier(2)
-    ->Range(250000, 1000000)
-    ->Unit(benchmark::kMillisecond)
-    ->Complexity();
+BENCHMARK(BM_AnalyzeBlankLines)->Apply(doublingFrom<250000>);
 
 void BM_AnalyzeUnclosedEmbeds(benchmark::State &state)
 {
     analyseBody(state, u"![[a ![b]( [[c "_s.repeated(state.range(0)));
 }
-BENCHMARK(BM_AnalyzeUnclosedEmbeds)
-    ->RangeMultiplier(2)
-    ->Range(25000, 100000)
-    ->Unit(benchmark::kMillisecond)
-    ->Complexity();
+BENCHMARK(BM_AnalyzeUnclosedEmbeds)->Apply(doublingFrom<25000>);
 
 // The same markers one per line: each line is rendered on its own, so this stays linear.
 void BM_UnclosedMarkersPerLine(benchmark::State &state)
@@ -233,9 +213,5 @@ BENCHMARK(BM_ScanSyntheticVault)->Unit(benchmark::kMillisecond);
 
 int main(int argc, char **argv)
 {
-    QCoreApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return runBenchmarks(argc, argv);
 }

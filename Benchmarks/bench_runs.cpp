@@ -13,11 +13,11 @@
 // processes, converting HTML to Markdown and writing the files are. At the end it prints that difference
 // in milliseconds per note.
 
+#include "BenchmarkMain.h"
 #include "Exporter.h"
 #include "Migrator.h"
 #include "VaultScanner.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
@@ -239,10 +239,7 @@ BENCHMARK(BM_Export)->Unit(benchmark::kMillisecond)->Iterations(15);
 
 int main(int argc, char **argv)
 {
-    QCoreApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
+    const int status = runBenchmarks(argc, argv);
     if (figures.size() == 2) {
         std::printf("\n%lld notes (%s), medians in milliseconds per note\n", qint64(setup().analysis.notes.size()),
             qPrintable(vaultPath));
@@ -251,5 +248,5 @@ int main(int argc, char **argv)
             std::printf("%-9s  run %.2f  bare stand-in runs %.2f  Velloran's own %.2f\n", name, f.run, f.bare, f.own);
         }
     }
-    return 0;
+    return status;
 }

@@ -4,6 +4,7 @@
 #include "Commands.h"
 
 #include "MarkdownLite.h"
+#include "Text.h"
 #include "VaultScanner.h"
 
 #include <QCoreApplication>
@@ -12,7 +13,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QStringDecoder>
 
 #include <CLI/CLI.hpp>
 
@@ -126,12 +126,12 @@ int render(const std::string &fileArgument, bool stripFrontmatter, bool json)
     const std::optional<QByteArray> bytes = CliIo::readInput(file);
     if (!bytes)
         return 1;
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    QString markdown = decoder.decode(*bytes);
-    if (decoder.hasError()) {
+    std::optional<QString> decoded = Text::decodeUtf8Strict(*bytes);
+    if (!decoded) {
         CliIo::fail(QCoreApplication::translate("Velloran", "%1: not valid UTF-8").arg(file.isEmpty() ? u"-"_s : file));
         return 1;
     }
+    QString markdown = *std::move(decoded);
     if (stripFrontmatter)
         markdown = VaultScanner::stripFrontmatter(markdown).first;
     const MarkdownLite::Output output = MarkdownLite::convert(markdown);

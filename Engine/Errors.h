@@ -16,11 +16,11 @@ private:
     mutable QByteArray m_what;
 };
 
-/// A file-system operation failed (a temporary file could not be written, say). Carries the system's text.
-class FileSystemError : public VelloranError
+/// A failure described by the system's own text.
+class SystemError : public VelloranError
 {
 public:
-    explicit FileSystemError(QString systemText)
+    explicit SystemError(QString systemText)
         : m_text(std::move(systemText))
     { }
     QString errorDescription() const override { return m_text; }
@@ -29,17 +29,41 @@ private:
     QString m_text;
 };
 
-/// A program could not be started. Carries the system's text.
-class LaunchError : public VelloranError
+/// A file-system operation failed (a temporary file could not be written, say).
+class FileSystemError : public SystemError
 {
 public:
-    explicit LaunchError(QString systemText)
-        : m_text(std::move(systemText))
+    using SystemError::SystemError;
+};
+
+/// A program could not be started.
+class LaunchError : public SystemError
+{
+public:
+    using SystemError::SystemError;
+};
+
+/// osascript ended with a non-zero status. Each script runner throws its own subclass
+/// (NotesBridge::BridgeError, NotesExporter::ExportError), so that callers can tell the sides apart.
+class ScriptError : public VelloranError
+{
+public:
+    enum class Kind { scriptFailed };
+
+    Kind kind() const { return Kind::scriptFailed; }
+    /// osascript's trimmed standard error.
+    QString message() const { return m_message; }
+    /// The Automation permission text when the message holds "-1743" anywhere, otherwise
+    /// "Apple Notes error: " and the message.
+    QString errorDescription() const override;
+
+protected:
+    explicit ScriptError(QString message)
+        : m_message(std::move(message))
     { }
-    QString errorDescription() const override { return m_text; }
 
 private:
-    QString m_text;
+    QString m_message;
 };
 
 /// The user-facing text of any exception: an engine error's own description, otherwise the exception's

@@ -1,8 +1,9 @@
 #include "Files.h"
 
+#include "Text.h"
+
 #include <QCoreApplication>
 #include <QFile>
-#include <QStringDecoder>
 
 #include <algorithm>
 #include <cerrno>
@@ -86,11 +87,10 @@ TextRead readText(const QString &path)
         }
         bytes.append(buffer, got);
     }
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    QString text = decoder.decode(bytes);
-    if (decoder.hasError())
+    std::optional<QString> text = Text::decodeUtf8Strict(bytes);
+    if (!text)
         return { {}, QCoreApplication::translate("Velloran", "not UTF-8 text") };
-    return { std::move(text), {} };
+    return { *std::move(text), {} };
 }
 
 std::optional<QString> readUtf8(const QString &path)

@@ -5,6 +5,8 @@
 #include "Regex.h"
 #include "Text.h"
 
+#include <functional>
+
 using namespace Qt::StringLiterals;
 
 namespace MarkdownLite {
@@ -44,65 +46,27 @@ QString lastPathComponentOf(const QString &target)
 
 } // namespace
 
-QString escape(QStringView text)
-{
-    return escapeHtml(text);
-}
-
 namespace {
 
-QString replaceMatches(const QString &text, const QList<Regex::Match> &found, int groups, const Transform &transform)
-{
-    if (found.isEmpty())
-        return text;
+using Transform = std::function<QString(const QStringList &groups)>;
 
-    // Visit the matches from the last to the first, as a replacement in place would, so that the
-    // transform sees them in that order (it may record what it sees). The result is then assembled
-    // front to back in one pass, which keeps long texts with many matches linear.
-    QList<std::optional<QString>> replacements(found.size());
-    for (qsizetype m = found.size() - 1; m >= 0; --m) {
+/// Replaces each match by `transform` of its capture groups 1 to `groups`; a match where fewer groups
+/// took part stays as it is.
+QString replaceGroups(const QString &text, const QList<Regex::Match> &found, int groups, const Transform &transform)
+{
+    return Regex::replaceMatches(text, found, [&](const Regex::Match &match) -> std::optional<QString> {
         QStringList collected;
         for (int g = 1; g <= groups; ++g) {
-            if (found[m].hasGroup(g))
-                collected.append(found[m].group(text, g).toString());
+            if (match.hasGroup(g))
+                collected.append(match.group(text, g).toString());
         }
-        if (collected.size() == groups)
-            replacements[m] = transform(collected);
-    }
-
-    QString out;
-    out.reserve(text.size());
-    qsizetype position = 0;
-    for (qsizetype m = 0; m < found.size(); ++m) {
-        if (!replacements[m])
-            continue;
-        out += QStringView(text).sliced(position, found[m].start - position);
-        out += *replacements[m];
-        position = found[m].end;
-    }
-    out += QStringView(text).sliced(position);
-    return out;
+        if (collected.size() != groups)
+            return std::nullopt;
+        return transform(collected);
+    });
 }
 
 } // namespace
-
-QString replace(const QString &text, const QString &pattern, int groups, const Transform &transform)
-{
-    const Regex &regex = Regex::cached(pattern);
-    if (!regex.isValid())
-        return text;
-    return replaceMatches(text, regex.matches(text), groups, transform);
-}
-
-QString replace(const QString &text, const QString &pattern, const Transform &transform)
-{
-    return replace(text, pattern, 1, transform);
-}
-
-QString regexSub(const QString &text, const QString &pattern, const QString &replacementTemplate)
-{
-    return Regex::cached(pattern).replaceAll(text, replacementTemplate);
-}
 
 QString sanitizeHref(const QString &url)
 {
@@ -152,7 +116,7 @@ QString unescape(QStringView escaped)
 
 QString inlineHtml(const QString &text, QStringList &images)
 {
-    // The eleven steps, in their order. The bracketed forms are found by linear scans that give the
+    // The substitutions, in their order. The bracketed forms are found by linear scans that give the
     // same matches as their patterns; the others are compiled once. A step whose pattern needs a
     // character the text does not hold is skipped, which changes nothing but the time taken.
     static const Regex boldItalic(uR"(\*\*\*(.+?)\*\*\*)"_s);
@@ -166,19 +130,19 @@ QString inlineHtml(const QString &text, QStringList &images)
     if (s.contains(u'[')) {
         // Image targets are collected as written in the file, so that they name the files on disk; the
         // placeholder shows them escaped.
-        s = replaceMatches(s, MarkdownPatterns::wikiEmbeds(s), 1, [&images](const QStringList &g) {
+        s = replaceGroups(s, MarkdownPatterns::wikiEmbeds(s), 1, [&images](const QStringList &g) {
             images.append(unescape(g[0]));
             return imagePlaceholderStart + g[0] + imagePlaceholderEnd;
         });
-        s = replaceMatches(s, MarkdownPatterns::markdownImages(s), 1, [&images](const QStringList &g) {
+        s = replaceGroups(s, MarkdownPatterns::markdownImages(s), 1, [&images](const QStringList &g) {
             images.append(unescape(g[0]));
             return imagePlaceholderStart + lastPathComponentOf(g[0]) + imagePlaceholderEnd;
         });
-        s = replaceMatches(s, MarkdownPatterns::aliasedWikiLinks(s), 2,
+        s = replaceGroups(s, MarkdownPatterns::aliasedWikiLinks(s), 2,
             [](const QStringList &g) { return u"<u>"_s + g[1] + u"</u>"_s; });
-        s = replaceMatches(s, MarkdownPatterns::plainWikiLinks(s), 1,
+        s = replaceGroups(s, MarkdownPatterns::plainWikiLinks(s), 1,
             [](const QStringList &g) { return u"<u>"_s + g[0] + u"</u>"_s; });
-        s = replaceMatches(s, MarkdownPatterns::markdownLinks(s), 2, [](const QStringList &g) {
+        s = replaceGroups(s, MarkdownPatterns::markdownLinks(s), 2, [](const QStringList &g) {
             const QString href = sanitizeHref(g[1]);
             if (href.isEmpty())
                 return g[0];
@@ -291,106 +255,146 @@ void closeLists(QList<std::pair<QString, int>> &stack, QStringList &fragments)
         fragments.append(u"</"_s + stack.takeLast().first + u'>');
 }
 
-Output convert(const QString &markdown)
+namespace {
+
+/// One conversion: the note's lines, the fragments made so far, the open lists and the images met.
+/// Each block reader starts at line `i`, emits its fragments and gives the line after the block.
+struct BlockRenderer
 {
-    const QStringList lines = markdown.split(u'\n');
+    QStringList lines;
     QStringList fragments;
     QList<std::pair<QString, int>> lists;
     QStringList images;
 
-    qsizetype i = 0;
-    while (i < lines.size()) {
-        const QString &line = lines[i];
-        const QString t = Text::trimHorizontal(line).toString();
+    qsizetype block(qsizetype i);
+    qsizetype codeBlock(qsizetype i);
+    qsizetype table(qsizetype i);
+    void heading(const QString &t, int level);
+    void listItem(const QString &line, const QString &tag, const QString &itemText);
+    void singleLine(const QString &t);
+};
 
-        if (t.startsWith(codeFence)) {
-            closeLists(lists, fragments);
-            QStringList code;
-            qsizetype j = i + 1;
-            while (j < lines.size() && !Text::trimHorizontal(lines[j]).startsWith(codeFence))
-                code.append(escapeHtml(lines[j++]));
-            fragments.append(codeBlockStart + code.join(u'\n') + codeBlockEnd);
-            i = j + 1; // after the closing fence, or past the end
-            continue;
-        }
-
-        if (t.startsWith(u'|') && t.endsWith(u'|')) {
-            closeLists(lists, fragments);
-            QList<QStringList> rows;
-            qsizetype j = i;
-            for (qsizetype k = 0; j < lines.size(); ++j, ++k) {
-                const QStringView row = Text::trimHorizontal(lines[j]);
-                if (k > 0 && !row.startsWith(u'|'))
-                    break;
-                // The first and the last character go, whatever the last one is.
-                QStringList cells = splitTableRow(row.size() >= 2 ? row.sliced(1, row.size() - 2) : QStringView());
-                for (QString &cell : cells)
-                    cell = Text::trimHorizontal(cell).toString();
-                if (k == 1 && !cells.isEmpty() && isTableSeparator(cells))
-                    continue;
-                rows.append(cells);
-            }
-            QString html = tableStart;
-            for (qsizetype r = 0; r < rows.size(); ++r) {
-                const QString cellTag = r == 0 ? u"th"_s : u"td"_s;
-                html += u"<tr>";
-                for (const QString &cell : std::as_const(rows[r]))
-                    html += u'<' + cellTag + cellStyle + inlineHtml(cell, images) + u"</"_s + cellTag + u'>';
-                html += u"</tr>";
-            }
-            html += u"</table>";
-            fragments.append(html);
-            i = j;
-            continue;
-        }
-
-        if (const std::optional<int> level = headingLevel(t)) {
-            closeLists(lists, fragments);
-            int size = 24 - 4 * (*level - 1); // 24, 20, 16, then 14 for every smaller heading
-            if (size < 15)
-                size = 14;
-            fragments.append(
-                headingStart + QString::number(size) + u"px\">"_s + inlineHtml(t.mid(*level + 1), images) + headingEnd);
-            ++i;
-            continue;
-        }
-
-        if (const auto item = listItem(t)) {
-            const auto &[tag, itemText] = *item;
-            const int indent = leadingIndent(line);
-            while (!lists.isEmpty() && lists.last().second > indent)
-                fragments.append(u"</"_s + lists.takeLast().first + u'>');
-            if (lists.isEmpty() || lists.last().second < indent) {
-                lists.append({ tag, indent });
-                fragments.append(u'<' + tag + u'>');
-            } else if (lists.last().first != tag) {
-                fragments.append(u"</"_s + lists.takeLast().first + u'>');
-                lists.append({ tag, indent });
-                fragments.append(u'<' + tag + u'>');
-            }
-            const auto [checkbox, rest] = splitTaskMarker(itemText);
-            fragments.append(u"<li>"_s + checkbox + inlineHtml(rest, images) + u"</li>"_s);
-            ++i;
-            continue;
-        }
-
-        closeLists(lists, fragments);
-        if (t.startsWith(u'>')) {
-            QStringView quoted(t);
-            while (quoted.startsWith(u'>') || quoted.startsWith(u' '))
-                quoted = quoted.sliced(1);
-            fragments.append(quoteStart + inlineHtml(quoted.toString(), images) + quoteEnd);
-        } else if (t == u"---" || t == u"***") {
-            fragments.append(horizontalRule);
-        } else if (t.isEmpty()) {
-            fragments.append(blankLine);
-        } else {
-            fragments.append(u"<div>"_s + inlineHtml(t, images) + u"</div>"_s);
-        }
-        ++i;
+qsizetype BlockRenderer::block(qsizetype i)
+{
+    const QString &line = lines[i];
+    const QString t = Text::trimHorizontal(line).toString();
+    if (t.startsWith(codeFence))
+        return codeBlock(i);
+    if (t.startsWith(u'|') && t.endsWith(u'|'))
+        return table(i);
+    if (const std::optional<int> level = headingLevel(t)) {
+        heading(t, *level);
+    } else if (const auto item = MarkdownLite::listItem(t)) {
+        listItem(line, item->first, item->second);
+    } else {
+        singleLine(t);
     }
+    return i + 1;
+}
+
+/// Lines up to the closing fence (or the end), escaped and otherwise as written; the opening line's
+/// language name is ignored.
+qsizetype BlockRenderer::codeBlock(qsizetype i)
+{
     closeLists(lists, fragments);
-    return { fragments.join(u'\n'), images };
+    QStringList code;
+    qsizetype j = i + 1;
+    while (j < lines.size() && !Text::trimHorizontal(lines[j]).startsWith(codeFence))
+        code.append(escapeHtml(lines[j++]));
+    fragments.append(codeBlockStart + code.join(u'\n') + codeBlockEnd);
+    return j + 1; // after the closing fence, or past the end
+}
+
+/// This line and the following ones that start with "|". The first row is the header, and only the
+/// second line can be the separator row.
+qsizetype BlockRenderer::table(qsizetype i)
+{
+    closeLists(lists, fragments);
+    QList<QStringList> rows;
+    qsizetype j = i;
+    for (qsizetype k = 0; j < lines.size(); ++j, ++k) {
+        const QStringView row = Text::trimHorizontal(lines[j]);
+        if (k > 0 && !row.startsWith(u'|'))
+            break;
+        // The first and the last character go, whatever the last one is.
+        QStringList cells = splitTableRow(row.size() >= 2 ? row.sliced(1, row.size() - 2) : QStringView());
+        for (QString &cell : cells)
+            cell = Text::trimHorizontal(cell).toString();
+        if (k == 1 && !cells.isEmpty() && isTableSeparator(cells))
+            continue;
+        rows.append(cells);
+    }
+    QString html = tableStart;
+    for (qsizetype r = 0; r < rows.size(); ++r) {
+        const QString cellTag = r == 0 ? u"th"_s : u"td"_s;
+        html += u"<tr>";
+        for (const QString &cell : std::as_const(rows[r]))
+            html += u'<' + cellTag + cellStyle + inlineHtml(cell, images) + u"</"_s + cellTag + u'>';
+        html += u"</tr>";
+    }
+    html += u"</table>";
+    fragments.append(html);
+    return j;
+}
+
+void BlockRenderer::heading(const QString &t, int level)
+{
+    closeLists(lists, fragments);
+    int size = 24 - 4 * (level - 1); // 24, 20, 16, then 14 for every smaller heading
+    if (size < 15)
+        size = 14;
+    fragments.append(
+        headingStart + QString::number(size) + u"px\">"_s + inlineHtml(t.mid(level + 1), images) + headingEnd);
+}
+
+/// Opens and closes lists by the item's indent, then emits the item.
+void BlockRenderer::listItem(const QString &line, const QString &tag, const QString &itemText)
+{
+    const int indent = leadingIndent(line);
+    while (!lists.isEmpty() && lists.last().second > indent)
+        fragments.append(u"</"_s + lists.takeLast().first + u'>');
+    if (lists.isEmpty() || lists.last().second < indent) {
+        lists.append({ tag, indent });
+        fragments.append(u'<' + tag + u'>');
+    } else if (lists.last().first != tag) {
+        // A bullet list followed by a numbered one at the same depth, or the other way round.
+        fragments.append(u"</"_s + lists.takeLast().first + u'>');
+        lists.append({ tag, indent });
+        fragments.append(u'<' + tag + u'>');
+    }
+    const auto [checkbox, rest] = splitTaskMarker(itemText);
+    fragments.append(u"<li>"_s + checkbox + inlineHtml(rest, images) + u"</li>"_s);
+}
+
+/// A quote line, a rule, a blank line or a paragraph: each source line is a block of its own.
+void BlockRenderer::singleLine(const QString &t)
+{
+    closeLists(lists, fragments);
+    if (t.startsWith(u'>')) {
+        // Nested quote markers flatten to one level.
+        QStringView quoted(t);
+        while (quoted.startsWith(u'>') || quoted.startsWith(u' '))
+            quoted = quoted.sliced(1);
+        fragments.append(quoteStart + inlineHtml(quoted.toString(), images) + quoteEnd);
+    } else if (t == u"---" || t == u"***") {
+        fragments.append(horizontalRule);
+    } else if (t.isEmpty()) {
+        fragments.append(blankLine);
+    } else {
+        fragments.append(u"<div>"_s + inlineHtml(t, images) + u"</div>"_s);
+    }
+}
+
+} // namespace
+
+Output convert(const QString &markdown)
+{
+    BlockRenderer renderer;
+    renderer.lines = markdown.split(u'\n');
+    for (qsizetype i = 0; i < renderer.lines.size();)
+        i = renderer.block(i);
+    closeLists(renderer.lists, renderer.fragments);
+    return { renderer.fragments.join(u'\n'), renderer.images };
 }
 
 } // namespace MarkdownLite

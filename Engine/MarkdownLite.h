@@ -22,9 +22,6 @@ struct Output
 /// Renders a note's text, from which frontmatter has already been removed.
 Output convert(const QString &markdown);
 
-/// HTML-escapes "&", "<", ">", '"' and "'" (in that order, so existing entities are escaped again).
-QString escape(QStringView text);
-
 /// Renders the text of one block: escapes it, turns image embeds into placeholders (appending their
 /// targets to `images`), wiki links into underlined text, links into anchors, then emphasis,
 /// strikethrough and inline code. Named inlineHtml because `inline` is a C++ keyword.

@@ -78,26 +78,31 @@ std::optional<Regex::Match> wikiAt(
 
 } // namespace
 
-QList<Regex::Match> wikiEmbeds(QStringView text)
+namespace {
+
+/// The wiki forms that open with "[[": embeds, which have a "!" before it, or links, which have none.
+QList<Regex::Match> wikiForms(QStringView text, bool embeds)
 {
     const NextTable barOrClose(text, u']', u'|');
     const NextTable close(text, u']');
-    return findAll(text, u'!', [&](qsizetype p) -> std::optional<Regex::Match> {
-        if (!at(text, p + 1, u'[') || !at(text, p + 2, u'['))
+    return findAll(text, embeds ? u'!' : u'[', [&](qsizetype p) -> std::optional<Regex::Match> {
+        const qsizetype brackets = embeds ? p + 1 : p;
+        if (!at(text, brackets, u'[') || !at(text, brackets + 1, u'[') || (!embeds && at(text, p - 1, u'!')))
             return std::nullopt;
-        return wikiAt(text, p, p + 3, barOrClose, close);
+        return wikiAt(text, p, brackets + 2, barOrClose, close);
     });
+}
+
+} // namespace
+
+QList<Regex::Match> wikiEmbeds(QStringView text)
+{
+    return wikiForms(text, true);
 }
 
 QList<Regex::Match> wikiLinkTargets(QStringView text)
 {
-    const NextTable barOrClose(text, u']', u'|');
-    const NextTable close(text, u']');
-    return findAll(text, u'[', [&](qsizetype p) -> std::optional<Regex::Match> {
-        if (at(text, p - 1, u'!') || !at(text, p + 1, u'['))
-            return std::nullopt;
-        return wikiAt(text, p, p + 2, barOrClose, close);
-    });
+    return wikiForms(text, false);
 }
 
 QList<Regex::Match> aliasedWikiLinks(QStringView text)
@@ -130,36 +135,40 @@ QList<Regex::Match> plainWikiLinks(QStringView text)
     });
 }
 
-QList<Regex::Match> markdownImages(QStringView text)
+namespace {
+
+/// The forms "[text](target)": images, which have a "!" before the "[" and give the target alone, or
+/// links, which give the label and the target. An image's alt text may be empty; a link's label may not.
+QList<Regex::Match> bracketsThenParentheses(QStringView text, bool images)
 {
     const NextTable close(text, u']');
     const NextTable paren(text, u')');
-    return findAll(text, u'!', [&](qsizetype p) -> std::optional<Regex::Match> {
-        if (!at(text, p + 1, u'['))
+    return findAll(text, images ? u'!' : u'[', [&](qsizetype p) -> std::optional<Regex::Match> {
+        const qsizetype open = images ? p + 1 : p;
+        if (!at(text, open, u'['))
             return std::nullopt;
-        const qsizetype q = close(p + 2); // the alt text may be empty
-        if (!at(text, q, u']') || !at(text, q + 1, u'('))
+        const qsizetype q = close(open + 1);
+        if ((!images && q == open + 1) || !at(text, q, u']') || !at(text, q + 1, u'('))
             return std::nullopt;
         const qsizetype r = paren(q + 2);
         if (r == q + 2 || r >= text.size())
             return std::nullopt;
-        return makeMatch(p, r + 1, { { q + 2, r } });
+        if (images)
+            return makeMatch(p, r + 1, { { q + 2, r } });
+        return makeMatch(p, r + 1, { { open + 1, q }, { q + 2, r } });
     });
+}
+
+} // namespace
+
+QList<Regex::Match> markdownImages(QStringView text)
+{
+    return bracketsThenParentheses(text, true);
 }
 
 QList<Regex::Match> markdownLinks(QStringView text)
 {
-    const NextTable close(text, u']');
-    const NextTable paren(text, u')');
-    return findAll(text, u'[', [&](qsizetype p) -> std::optional<Regex::Match> {
-        const qsizetype q = close(p + 1);
-        if (q == p + 1 || !at(text, q, u']') || !at(text, q + 1, u'('))
-            return std::nullopt;
-        const qsizetype r = paren(q + 2);
-        if (r == q + 2 || r >= text.size())
-            return std::nullopt;
-        return makeMatch(p, r + 1, { { p + 1, q }, { q + 2, r } });
-    });
+    return bracketsThenParentheses(text, false);
 }
 
 namespace {

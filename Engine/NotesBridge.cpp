@@ -4,25 +4,10 @@
 #include "Text.h"
 
 #include <QCoreApplication>
-#include <QStringDecoder>
 
 using namespace Qt::StringLiterals;
 
 namespace NotesBridge {
-
-QString scriptFailureDescription(const QString &message)
-{
-    // Notes refuses Apple events from an app the user has not allowed under Automation with -1743.
-    if (message.contains(u"-1743"))
-        return QCoreApplication::translate(
-            "Velloran", "Permission needed: System Settings → Privacy & Security → Automation → Velloran → Notes");
-    return QCoreApplication::translate("Velloran", "Apple Notes error: %1").arg(message);
-}
-
-QString BridgeError::errorDescription() const
-{
-    return scriptFailureDescription(m_message);
-}
 
 QString scriptRunnerProgram()
 {
@@ -31,15 +16,6 @@ QString scriptRunnerProgram()
     if (program.isEmpty())
         program = u"/usr/bin/osascript"_s;
     return program;
-}
-
-QString decodeUtf8OrEmpty(const QByteArray &bytes)
-{
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    QString text = decoder.decode(bytes);
-    if (decoder.hasError())
-        return QString();
-    return text;
 }
 
 QString run(const QString &script, const QStringList &args)

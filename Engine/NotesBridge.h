@@ -21,27 +21,14 @@
 namespace NotesBridge {
 
 /// A failure of the write side's script runner.
-class BridgeError : public VelloranError
+class BridgeError : public ScriptError
 {
 public:
-    enum class Kind { scriptFailed };
-
     /// The script runner exited with a non-zero status; `message` is its trimmed standard error.
-    static BridgeError scriptFailed(QString message) { return BridgeError(Kind::scriptFailed, std::move(message)); }
-
-    Kind kind() const { return m_kind; }
-    QString message() const { return m_message; }
-    /// The Automation permission text when the message holds "-1743" anywhere, otherwise
-    /// "Apple Notes error: " and the message.
-    QString errorDescription() const override;
+    static BridgeError scriptFailed(QString message) { return BridgeError(std::move(message)); }
 
 private:
-    BridgeError(Kind kind, QString message)
-        : m_kind(kind)
-        , m_message(std::move(message))
-    { }
-    Kind m_kind;
-    QString m_message;
+    using ScriptError::ScriptError;
 };
 
 /// Makes sure that a top-level folder called `name` exists in the default account. Its output is ignored.

@@ -49,31 +49,14 @@ struct FolderEntry
 };
 
 /// A failure of the read side's script runner.
-class ExportError : public VelloranError
+class ExportError : public ScriptError
 {
 public:
-    enum class Kind { scriptFailed, destinationNotWritable };
-
     /// The script runner exited with a non-zero status; `message` is its trimmed standard error.
-    static ExportError scriptFailed(QString message) { return ExportError(Kind::scriptFailed, std::move(message)); }
-    /// Kept as part of the type: no operation raises it (the writer reports an unwritable destination in
-    /// its result instead).
-    static ExportError destinationNotWritable(QString message)
-    {
-        return ExportError(Kind::destinationNotWritable, std::move(message));
-    }
-
-    Kind kind() const { return m_kind; }
-    QString message() const { return m_message; }
-    QString errorDescription() const override;
+    static ExportError scriptFailed(QString message) { return ExportError(std::move(message)); }
 
 private:
-    ExportError(Kind kind, QString message)
-        : m_kind(kind)
-        , m_message(std::move(message))
-    { }
-    Kind m_kind;
-    QString m_message;
+    using ScriptError::ScriptError;
 };
 
 /// The outcome of one export run.

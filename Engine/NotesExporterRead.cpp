@@ -31,18 +31,6 @@ QString withStripSeps(QStringView program)
 
 } // namespace
 
-QString ExportError::errorDescription() const
-{
-    switch (m_kind) {
-    case Kind::scriptFailed:
-        return NotesBridge::scriptFailureDescription(m_message);
-    case Kind::destinationNotWritable:
-        return QCoreApplication::translate("Velloran", "Can't write to destination folder: %1").arg(m_message);
-    }
-    Q_UNREACHABLE();
-    return QString();
-}
-
 QString run(const QString &script, const QStringList &args)
 {
     return ScriptRunner::runBlocking(ScriptRunner::Side::read, script, args);

@@ -50,8 +50,7 @@ Regex::Match currentMatch(icu::RegexMatcher &matcher)
 } // namespace
 
 Regex::Regex(const QString &pattern)
-    : m_pattern(pattern)
-    , d(std::make_unique<Private>())
+    : d(std::make_unique<Private>())
 {
     UErrorCode status = U_ZERO_ERROR;
     UParseError parseError;
@@ -115,6 +114,35 @@ QString Regex::replaceAll(QStringView text, const QString &replacementTemplate) 
         else
             result = text.toString();
     });
+    return result;
+}
+
+QString Regex::replaceEach(const QString &text, const Replacement &replacement) const
+{
+    return replaceMatches(text, matches(text), replacement);
+}
+
+QString Regex::replaceMatches(const QString &text, const QList<Match> &matches, const Replacement &replacement)
+{
+    QList<std::optional<QString>> replacements(matches.size());
+    bool replaced = false;
+    for (qsizetype m = matches.size() - 1; m >= 0; --m) {
+        replacements[m] = replacement(matches[m]);
+        replaced = replaced || replacements[m].has_value();
+    }
+    if (!replaced)
+        return text;
+    QString result;
+    result.reserve(text.size());
+    qsizetype copied = 0;
+    for (qsizetype m = 0; m < matches.size(); ++m) {
+        if (!replacements[m])
+            continue;
+        result += QStringView(text).sliced(copied, matches[m].start - copied);
+        result += *replacements[m];
+        copied = matches[m].end;
+    }
+    result += QStringView(text).sliced(copied);
     return result;
 }
 

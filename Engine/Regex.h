@@ -4,6 +4,7 @@
 #include <QString>
 #include <QStringView>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -45,7 +46,6 @@ public:
     Regex &operator=(const Regex &) = delete;
 
     bool isValid() const;
-    QString pattern() const { return m_pattern; }
 
     /// Every non-overlapping match over the whole text, in order.
     QList<Match> matches(QStringView text) const;
@@ -56,12 +56,22 @@ public:
     /// Replaces every match with an ICU replacement template, in which "$1" stands for group 1.
     QString replaceAll(QStringView text, const QString &replacementTemplate) const;
 
+    /// What replaceEach puts in place of one match: a text, or no result to leave the match as it is.
+    using Replacement = std::function<std::optional<QString>(const Match &match)>;
+    /// `text` with every match replaced by what `replacement` gives for it. All matches are found before
+    /// any is replaced, so a replacement is never searched again. `replacement` sees the matches from the
+    /// last to the first, as replacing them in place would (a caller may record what it sees in that
+    /// order); the result is then assembled from the first to the last in one pass, which keeps long
+    /// texts with many matches linear.
+    QString replaceEach(const QString &text, const Replacement &replacement) const;
+    /// The same over matches found by other means: in order, without overlaps, and within `text`.
+    static QString replaceMatches(const QString &text, const QList<Match> &matches, const Replacement &replacement);
+
     /// The compiled expression for a pattern given at run time: each distinct pattern is compiled once
     /// per process and kept. Safe to call from several threads.
     static const Regex &cached(const QString &pattern);
 
 private:
     struct Private;
-    QString m_pattern;
     std::unique_ptr<Private> d;
 };

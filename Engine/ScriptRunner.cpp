@@ -48,7 +48,8 @@ const QString runFolderPrefix = u"velloran-run-"_s;
 /// What osascript's end comes to: its trimmed standard error, or, when it said nothing, how it ended.
 QString failureMessage(const QProcess &process, const QByteArray &standardError)
 {
-    const QString message = Text::trimWhitespaceAndNewlines(NotesBridge::decodeUtf8OrEmpty(standardError)).toString();
+    const QString message
+        = Text::trimWhitespaceAndNewlines(Text::decodeUtf8Strict(standardError).value_or(QString())).toString();
     if (!message.isEmpty())
         return message;
     if (process.exitStatus() == QProcess::CrashExit)
@@ -167,7 +168,8 @@ QCoro::Task<QString> run(Side side, QString script, QStringList args, RunFolder 
     const bool exitedWithZero = process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
     if (!exitedWithZero)
         throwScriptFailure(side, failureMessage(process, process.readAllStandardError()));
-    co_return NotesBridge::decodeUtf8OrEmpty(process.readAllStandardOutput());
+    // Output that is not valid UTF-8 reads as no output.
+    co_return Text::decodeUtf8Strict(process.readAllStandardOutput()).value_or(QString());
 }
 
 namespace {

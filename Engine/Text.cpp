@@ -153,8 +153,15 @@ std::optional<QString> percentDecodeStrict(QStringView text)
         i += 2;
     }
     // A decoded byte-order mark is text like any other: keep it.
-    QStringDecoder decoder(
-        QStringDecoder::Utf8, QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
+    return decodeUtf8Strict(bytes, ByteOrderMark::keep);
+}
+
+std::optional<QString> decodeUtf8Strict(QByteArrayView bytes, ByteOrderMark byteOrderMark)
+{
+    QStringDecoder::Flags flags = QStringDecoder::Flag::Stateless;
+    if (byteOrderMark == ByteOrderMark::keep)
+        flags |= QStringDecoder::Flag::ConvertInitialBom;
+    QStringDecoder decoder(QStringDecoder::Utf8, flags);
     QString decoded = decoder.decode(bytes);
     if (decoder.hasError())
         return std::nullopt;

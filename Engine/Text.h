@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArrayView>
 #include <QList>
 #include <QString>
 #include <QStringView>
@@ -31,6 +32,17 @@ QList<QStringView> graphemeClusters(QStringView text);
 qsizetype graphemeCount(QStringView text);
 /// The first `count` user-perceived characters of `text` (all of it when it has fewer).
 QStringView leftGraphemes(QStringView text, qsizetype count);
+
+/// What a strict UTF-8 decoding does with a byte-order mark at the start of the bytes.
+enum class ByteOrderMark : quint8 {
+    /// Not part of the text: the contents of a file.
+    drop,
+    /// Text like any other: a decoded percent escape.
+    keep,
+};
+/// `bytes` decoded as UTF-8, or no result when they are not valid UTF-8 (a malformed or truncated
+/// sequence, an encoded surrogate, an overlong form).
+std::optional<QString> decodeUtf8Strict(QByteArrayView bytes, ByteOrderMark byteOrderMark = ByteOrderMark::drop);
 
 /// Decodes percent escapes strictly: a "%" not followed by two hexadecimal digits, or bytes that do not
 /// form valid UTF-8 once decoded, give no result. Text without escapes comes back unchanged.

@@ -115,7 +115,7 @@ class tst_HtmlToMarkdown : public QObject
     Q_OBJECT
 
 private slots:
-    // MARK: Token
+    // Token
 
     void tokenKindsInOrder()
     {
@@ -125,7 +125,7 @@ private slots:
         QCOMPARE(int(Token::Kind::selfClosing), 3);
     }
 
-    // MARK: Characters
+    // Characters
 
     void charactersMatchGraphemeClusters_data()
     {
@@ -219,7 +219,7 @@ private slots:
         QCOMPARE(indexOf(chars, 0, u'>'), std::optional<qsizetype>(5));
     }
 
-    // MARK: Tokenizer
+    // Tokenizer
 
     void tokenize_data()
     {
@@ -492,7 +492,7 @@ private slots:
         QCOMPARE(scan.attributes().value(u"b"_s), u"2"_s);
     }
 
-    // MARK: Entities
+    // Entities
 
     void decodeEntities_data()
     {
@@ -537,6 +537,15 @@ private slots:
         QTest::addRow("decimal zero") << u"&#0;"_s << QString(QChar(0));
         QTest::addRow("decimal without digits") << u"&#;"_s << u"&#;"_s;
         QTest::addRow("decimal with hexadecimal digit") << u"&#6A;"_s << u"&#6A;"_s;
+        QTest::addRow("decimal with Arabic-Indic digits") << u"&#\u0666\u0665;"_s << u"&#\u0666\u0665;"_s;
+        QTest::addRow("decimal with full-width digits") << u"&#\uFF16\uFF15;"_s << u"&#\uFF16\uFF15;"_s;
+        QTest::addRow("decimal with a sign") << u"&#+65;&#-65;"_s << u"&#+65;&#-65;"_s;
+        QTest::addRow("decimal with spaces") << u"&# 65;&#65 ;"_s << u"&# 65;&#65 ;"_s;
+        QTest::addRow("decimal after a hundred zeros") << u"&#"_s + QString(100, u'0') + u"65;"_s << u"A"_s;
+        QTest::addRow("decimal largest 32-bit") << u"&#4294967295;"_s << u"&#4294967295;"_s;
+        QTest::addRow("hexadecimal with a prefix") << u"&#x0x41;"_s << u"&#x0x41;"_s;
+        QTest::addRow("hexadecimal with full-width digits") << u"&#x\uFF14\uFF11;"_s << u"&#x\uFF14\uFF11;"_s;
+        QTest::addRow("hexadecimal after a hundred zeros") << u"&#x"_s + QString(100, u'0') + u"41;"_s << u"A"_s;
         QTest::addRow("unknown name") << u"&foo;"_s << u"&foo;"_s;
         QTest::addRow("names are case-sensitive") << u"&AMP;&Lt;"_s << u"&AMP;&Lt;"_s;
         QTest::addRow("no semicolon") << u"&amp&amp"_s << u"&amp&amp"_s;
@@ -616,7 +625,7 @@ private slots:
         }
     }
 
-    // MARK: Regular expressions
+    // Regular expressions
 
     void replaceRegex()
     {
@@ -631,7 +640,7 @@ private slots:
         QCOMPARE(HtmlToMarkdown::replaceRegex(QString(), u"(x)"_s, bracket), QString());
     }
 
-    // MARK: Renderer helpers
+    // Renderer helpers
 
     void ensureNewline_data()
     {
@@ -737,7 +746,7 @@ private slots:
         QCOMPARE(HtmlToMarkdown::collapseEmptyLink(out), collapsed);
     }
 
-    // MARK: convert
+    // convert
 
     // A target with a space, a parenthesis or a line break would end the Markdown link early: such a
     // target goes between "<" and ">", with "<", ">" and line breaks percent-encoded.
@@ -870,7 +879,7 @@ private slots:
         QCOMPARE(render({ Token::close(u"li"_s), Token::close(u"img"_s), Token::close(u"h7"_s) }), QString());
     }
 
-    // MARK: Note bodies as Notes gives them
+    // Note bodies as Notes gives them
 
     void notesFixtures_data()
     {
@@ -909,7 +918,7 @@ private slots:
             u"Caf\u00E9 e\u0301\nBefore\n![]("_s + uri + u")\nAfter"_s);
     }
 
-    // MARK: Inputs made to be slow
+    // Inputs made to be slow
 
     void pathologicalUnmatchedOpeners()
     {

@@ -311,27 +311,19 @@ private slots:
 
     void errorDescriptions_data()
     {
-        QTest::addColumn<bool>("destination");
         QTest::addColumn<QString>("message");
         QTest::addColumn<QString>("description");
-        QTest::addRow("script failed, refused") << false << u"… (-1743)"_s << permissionText();
-        QTest::addRow("script failed, other") << false << u"boom (-1712)"_s << u"Apple Notes error: boom (-1712)"_s;
-        QTest::addRow("script failed, empty") << false << QString() << u"Apple Notes error: "_s;
-        QTest::addRow("destination not writable")
-            << true << u"/Volumes/Backup"_s << u"Can't write to destination folder: /Volumes/Backup"_s;
-        QTest::addRow("destination not writable, even with -1743")
-            << true << u"/x/-1743"_s << u"Can't write to destination folder: /x/-1743"_s;
+        QTest::addRow("script failed, refused") << u"… (-1743)"_s << permissionText();
+        QTest::addRow("script failed, other") << u"boom (-1712)"_s << u"Apple Notes error: boom (-1712)"_s;
+        QTest::addRow("script failed, empty") << QString() << u"Apple Notes error: "_s;
     }
 
     void errorDescriptions()
     {
-        QFETCH(bool, destination);
         QFETCH(QString, message);
         QFETCH(QString, description);
-        const ExportError error
-            = destination ? ExportError::destinationNotWritable(message) : ExportError::scriptFailed(message);
-        QCOMPARE(
-            error.kind(), destination ? ExportError::Kind::destinationNotWritable : ExportError::Kind::scriptFailed);
+        const ExportError error = ExportError::scriptFailed(message);
+        QCOMPARE(error.kind(), ExportError::Kind::scriptFailed);
         QCOMPARE(error.message(), message);
         QCOMPARE(error.errorDescription(), description);
         QCOMPARE(errorDescription(error), description);

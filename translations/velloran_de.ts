@@ -588,10 +588,6 @@ to clean .md files</source>
         <translation>Fehler in Apple Notizen: %1</translation>
     </message>
     <message>
-        <source>Can&apos;t write to destination folder: %1</source>
-        <translation>In den Zielordner kann nicht geschrieben werden: %1</translation>
-    </message>
-    <message>
         <source>(destination)</source>
         <translation>(Zielordner)</translation>
     </message>

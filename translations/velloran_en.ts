@@ -585,10 +585,6 @@ to clean .md files</source>
         <translation type="unfinished"></translation>
     </message>
     <message>
-        <source>Can&apos;t write to destination folder: %1</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
         <source>(destination)</source>
         <translation type="unfinished"></translation>
     </message>

@@ -3,24 +3,11 @@
 #include <QString>
 #include <QStringList>
 
-#include <functional>
 #include <optional>
 #include <utility>
 
 // Helpers of the Markdown renderer, declared here so that tests can reach them.
 namespace MarkdownLite {
-
-using Transform = std::function<QString(const QStringList &groups)>;
-
-/// Finds every match of `pattern` first, then replaces them from the last to the first with
-/// `transform(groups 1..groups)`; a match where fewer than `groups` groups took part is left alone.
-/// The replacement text is never searched again. A pattern that does not compile changes nothing.
-QString replace(const QString &text, const QString &pattern, int groups, const Transform &transform);
-/// The same with one group.
-QString replace(const QString &text, const QString &pattern, const Transform &transform);
-
-/// Replaces every match with `replacementTemplate`, in which "$1" is group 1.
-QString regexSub(const QString &text, const QString &pattern, const QString &replacementTemplate);
 
 /// The href for a link target taken from escaped text: the target trimmed, or "" when it is not http,
 /// https or mailto. It is not escaped again.

@@ -75,15 +75,8 @@ inline constexpr QStringView createNoteProgram
 
 // Shared with the read side's runner.
 
-/// The Automation permission text when `message` holds "-1743" anywhere, otherwise "Apple Notes error: "
-/// followed by `message`.
-QString scriptFailureDescription(const QString &message);
-
 /// The program that runs scripts: VELLORAN_OSASCRIPT when it is set and not empty, otherwise
 /// /usr/bin/osascript.
 QString scriptRunnerProgram();
-
-/// `bytes` decoded as UTF-8, or the empty string when they are not valid UTF-8.
-QString decodeUtf8OrEmpty(const QByteArray &bytes);
 
 } // namespace NotesBridge
