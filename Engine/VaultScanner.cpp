@@ -394,10 +394,6 @@ QString relativeTo(const QString &vaultPath, const QString &path)
     return QDir(vaultPath).relativeFilePath(path);
 }
 
-} // namespace
-
-namespace {
-
 /// What every file of one scan is read against.
 struct ScanContext
 {
