@@ -1,6 +1,7 @@
 #include "VelloranApp.h"
 
 #include "Controllers.h"
+#include "Translations.h"
 #include "WindowStyle.h"
 
 #include <QGuiApplication>
@@ -33,6 +34,8 @@ VelloranApp::VelloranApp(int &argc, char **argv)
     : m_application(withApplicationNames(argc), argv)
 {
     QGuiApplication::setApplicationVersion(QStringLiteral(VELLORAN_VERSION));
+    // The screens, reports and messages speak the system's language where Velloran is translated into it.
+    Translations::install();
     useVelloranStyle();
     registerControllerTypes();
 }

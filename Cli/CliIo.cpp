@@ -1,5 +1,6 @@
 #include "CliIo.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -57,6 +58,11 @@ void fail(const QString &message)
     fail(message, u"velloran-cli: "_s + message);
 }
 
+std::string helpText(const char *text)
+{
+    return QCoreApplication::translate("Velloran", text).toStdString();
+}
+
 bool stderrIsTerminal()
 {
     return ::isatty(STDERR_FILENO) == 1;
@@ -73,11 +79,11 @@ std::optional<QByteArray> readInput(const QString &file)
         input.setFileName(file);
         const QFileInfo info(file);
         if (!info.exists() && !info.isSymLink()) {
-            fail(u"%1: no such file"_s.arg(file));
+            fail(QCoreApplication::translate("Velloran", "%1: no such file").arg(file));
             return std::nullopt;
         }
         if (info.isDir()) {
-            fail(u"%1: is a folder, not a file"_s.arg(file));
+            fail(QCoreApplication::translate("Velloran", "%1: is a folder, not a file").arg(file));
             return std::nullopt;
         }
         opened = input.open(QIODevice::ReadOnly);
@@ -99,11 +105,11 @@ bool checkFolder(const QString &path)
     const QFileInfo info(path);
     QString reason;
     if (!info.exists())
-        reason = u"no such folder"_s;
+        reason = QCoreApplication::translate("Velloran", "no such folder");
     else if (!info.isDir())
-        reason = u"not a folder"_s;
+        reason = QCoreApplication::translate("Velloran", "not a folder");
     else if (!info.isReadable() || !info.isExecutable())
-        reason = u"permission denied"_s;
+        reason = QCoreApplication::translate("Velloran", "permission denied");
     if (reason.isEmpty())
         return true;
     fail(u"%1: %2"_s.arg(path, reason));
@@ -116,7 +122,7 @@ bool checkDestination(const QString &path)
     if (info.exists()) {
         if (info.isDir())
             return true;
-        fail(u"%1: not a folder"_s.arg(path));
+        fail(u"%1: %2"_s.arg(path, QCoreApplication::translate("Velloran", "not a folder")));
         return false;
     }
     // The destination itself is made, but not the folders above it: a mistyped parent folder is an error,
@@ -126,8 +132,9 @@ bool checkDestination(const QString &path)
     if (parentInfo.isDir())
         return true;
     const QString shown = QFileInfo(QDir::cleanPath(path)).path();
-    fail(u"%1: %2"_s.arg(
-        shown == u"."_s ? parent : shown, parentInfo.exists() ? u"not a folder"_s : u"no such folder"_s));
+    fail(u"%1: %2"_s.arg(shown == u"."_s ? parent : shown,
+        parentInfo.exists() ? QCoreApplication::translate("Velloran", "not a folder")
+                            : QCoreApplication::translate("Velloran", "no such folder")));
     return false;
 }
 

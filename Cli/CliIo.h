@@ -4,6 +4,7 @@
 #include <QString>
 
 #include <optional>
+#include <string>
 
 /// Input and output of the command-line tool. Everything written is UTF-8.
 namespace CliIo {
@@ -22,6 +23,9 @@ bool jsonFailures();
 void fail(const QString &message);
 /// The same, with `line` on standard error instead.
 void fail(const QString &message, const QString &line);
+
+/// The translation of a help text that QT_TRANSLATE_NOOP("Velloran", ...) marked, as CLI11 takes it.
+std::string helpText(const char *text);
 
 /// Whether standard error is a terminal (progress bars are drawn only then).
 bool stderrIsTerminal();

@@ -129,7 +129,7 @@ int render(const std::string &fileArgument, bool stripFrontmatter, bool json)
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
     QString markdown = decoder.decode(*bytes);
     if (decoder.hasError()) {
-        CliIo::fail(u"%1: not valid UTF-8"_s.arg(file.isEmpty() ? u"-"_s : file));
+        CliIo::fail(QCoreApplication::translate("Velloran", "%1: not valid UTF-8").arg(file.isEmpty() ? u"-"_s : file));
         return 1;
     }
     if (stripFrontmatter)
@@ -149,22 +149,30 @@ int render(const std::string &fileArgument, bool stripFrontmatter, bool json)
 void addMigrationCommands(CLI::App &app, int &exitCode)
 {
     auto *analyzeCommand = app.add_subcommand("analyze",
-        "Scan a folder of Markdown files and show what a migration "
-        "to Apple Notes would do with it.");
+        CliIo::helpText(QT_TRANSLATE_NOOP("Velloran",
+            "Scan a folder of Markdown files and show what a migration "
+            "to Apple Notes would do with it.")));
     auto analyzePath = std::make_shared<std::string>();
     auto analyzeJson = std::make_shared<bool>(false);
-    analyzeCommand->add_option("PATH", *analyzePath, "The folder (vault) to scan")->required();
-    analyzeCommand->add_flag(
-        "--json", *analyzeJson, "Print the whole analysis as JSON (a failure as {\"error\": MESSAGE})");
+    analyzeCommand
+        ->add_option("PATH", *analyzePath, CliIo::helpText(QT_TRANSLATE_NOOP("Velloran", "The folder (vault) to scan")))
+        ->required();
+    analyzeCommand->add_flag("--json", *analyzeJson,
+        CliIo::helpText(
+            QT_TRANSLATE_NOOP("Velloran", "Print the whole analysis as JSON (a failure as {\"error\": MESSAGE})")));
     analyzeCommand->callback([=, &exitCode] { exitCode = analyze(*analyzePath, *analyzeJson); });
 
-    auto *renderCommand = app.add_subcommand("render", "Render Markdown as an Apple Notes body (HTML).");
+    auto *renderCommand = app.add_subcommand(
+        "render", CliIo::helpText(QT_TRANSLATE_NOOP("Velloran", "Render Markdown as an Apple Notes body (HTML).")));
     auto renderFile = std::make_shared<std::string>();
     auto renderStrip = std::make_shared<bool>(false);
     auto renderJson = std::make_shared<bool>(false);
-    renderCommand->add_option("FILE", *renderFile, "The Markdown file; standard input when absent or \"-\"");
-    renderCommand->add_flag("--strip-frontmatter", *renderStrip, "Remove a leading YAML frontmatter block first");
-    renderCommand->add_flag(
-        "--json", *renderJson, "Print {\"html\": ..., \"images\": [...]} instead (a failure as {\"error\": MESSAGE})");
+    renderCommand->add_option("FILE", *renderFile,
+        CliIo::helpText(QT_TRANSLATE_NOOP("Velloran", "The Markdown file; standard input when absent or \"-\"")));
+    renderCommand->add_flag("--strip-frontmatter", *renderStrip,
+        CliIo::helpText(QT_TRANSLATE_NOOP("Velloran", "Remove a leading YAML frontmatter block first")));
+    renderCommand->add_flag("--json", *renderJson,
+        CliIo::helpText(QT_TRANSLATE_NOOP(
+            "Velloran", "Print {\"html\": ..., \"images\": [...]} instead (a failure as {\"error\": MESSAGE})")));
     renderCommand->callback([=, &exitCode] { exitCode = render(*renderFile, *renderStrip, *renderJson); });
 }

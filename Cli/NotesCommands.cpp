@@ -42,8 +42,11 @@ void addNotesCommands(CLI::App &app, int &exitCode)
 {
     auto json = std::make_shared<bool>(false);
     CLI::App *folders = app.add_subcommand("folders",
-        "List the Apple Notes folders as the export screen shows them, one per line (folders that "
-        "share a name with what tells them apart); each line can be given to export --folder.");
-    folders->add_flag("--json", *json, "Print them as one JSON array instead (a failure as {\"error\": MESSAGE})");
+        CliIo::helpText(QT_TRANSLATE_NOOP("Velloran",
+            "List the Apple Notes folders as the export screen shows them, one per line (folders that "
+            "share a name with what tells them apart); each line can be given to export --folder.")));
+    folders->add_flag("--json", *json,
+        CliIo::helpText(
+            QT_TRANSLATE_NOOP("Velloran", "Print them as one JSON array instead (a failure as {\"error\": MESSAGE})")));
     folders->callback([json, &exitCode] { exitCode = listFolders(*json); });
 }

@@ -83,7 +83,7 @@ public:
             std::array<char, 16> bytes {};
             while (::read(interruptPipe[0], bytes.data(), bytes.size()) > 0) { }
             if (!m_requested)
-                CliIo::err(tr("Stopping after the current note…") + u'\n');
+                CliIo::err(QCoreApplication::translate("Velloran", "Stopping after the current note…") + u'\n');
             m_requested = true;
             if (m_onInterrupt)
                 m_onInterrupt();
@@ -318,8 +318,9 @@ QCoro::Task<> exportFolders(Exporter &exporter, QStringList folders, QString des
 {
     ProgressLine progress;
     const auto redraw = [&] {
-        progress.draw(
-            exporter.progress(), exporter.currentNote().isEmpty() ? tr("Reading notes…") : exporter.currentNote());
+        progress.draw(exporter.progress(),
+            exporter.currentNote().isEmpty() ? QCoreApplication::translate("Velloran", "Reading notes…")
+                                             : exporter.currentNote());
     };
     QObject::connect(&exporter, &Exporter::progressChanged, &exporter, redraw);
     QObject::connect(&exporter, &Exporter::currentNoteChanged, &exporter, redraw);
@@ -341,7 +342,8 @@ int migrateCommand(const QString &path, bool json)
     Migrator migrator;
     runOnEventLoop(migrateVault(migrator, vaultPath, interrupt));
     if (!migrator.report()) {
-        CliIo::fail(tr("Interrupted before the migration began."), tr("Interrupted before the migration began."));
+        const QString interrupted = QCoreApplication::translate("Velloran", "Interrupted before the migration began.");
+        CliIo::fail(interrupted, interrupted);
         return interruptedStatus;
     }
     const Migrator::Report &report = *migrator.report();
@@ -363,7 +365,7 @@ QCoro::Task<bool> foldersExist(Exporter &exporter, QStringList folders)
     }
     const QStringList unknown = exporter.unknownFolders(folders);
     if (!unknown.isEmpty()) {
-        CliIo::fail(unknown.first() + tr(": no such folder in Apple Notes"));
+        CliIo::fail(QCoreApplication::translate("Velloran", "%1: no such folder in Apple Notes").arg(unknown.first()));
         co_return false;
     }
     co_return true;
@@ -513,13 +515,15 @@ int roundTripCommand(const QString &path, bool json)
     if (!CliIo::checkFolder(path))
         return 1;
     if (qEnvironmentVariableIsEmpty("VELLORAN_OSASCRIPT")) {
-        CliIo::fail(u"round-trip runs only against the Notes stand-in: set VELLORAN_OSASCRIPT to fake-osascript"_s);
+        CliIo::fail(QCoreApplication::translate(
+            "Velloran", "round-trip runs only against the Notes stand-in: set VELLORAN_OSASCRIPT to fake-osascript"));
         return 2;
     }
     const QString vaultPath = QFileInfo(path).absoluteFilePath();
     QTemporaryDir work(QDir(QDir::tempPath()).filePath(u"round-trip-XXXXXX"_s));
     if (!work.isValid()) {
-        CliIo::fail(u"cannot make a working folder: %1"_s.arg(work.errorString()));
+        CliIo::fail(
+            QCoreApplication::translate("Velloran", "cannot make a working folder: %1").arg(work.errorString()));
         return 1;
     }
     // A fresh library for this run only: the user's own stand-in library is not touched.
@@ -568,11 +572,13 @@ int roundTripCommand(const QString &path, bool json)
             entry.insert(u"exported"_s, featuresJson(after));
         } else {
             ++missing;
-            text += label + u": "_s + tr("not exported") + u'\n';
+            text += label + u": "_s + QCoreApplication::translate("Velloran", "not exported") + u'\n';
         }
         notes.append(entry);
     }
-    const QString total = u"Total (%1 notes, %2 not exported): "_s.arg(analysis.notes.size()).arg(missing)
+    const QString total = QCoreApplication::translate(
+                              "Velloran", "Total (%n notes, %1 not exported): ", nullptr, int(analysis.notes.size()))
+                              .arg(missing)
         + featuresLine(sourceTotal, exportedTotal) + u'\n';
     if (json) {
         const QJsonObject root { { u"notes"_s, notes },
@@ -593,11 +599,16 @@ void addRunCommands(CLI::App &app, int &exitCode)
     auto migratePath = std::make_shared<std::string>();
     auto migrateJson = std::make_shared<bool>(false);
     CLI::App *migrate = app.add_subcommand("migrate",
-        "Scan a folder of Markdown files and migrate it into Apple Notes, under \"Imported by Velloran\". "
-        "Exit status: 0 complete, 1 finished with issues or could not start (a path that does not exist, for one), "
-        "2 usage error, 130 stopped by Ctrl-C, SIGTERM or SIGHUP.");
-    migrate->add_option("PATH", *migratePath, "The folder (vault) to migrate")->required();
-    migrate->add_flag("--json", *migrateJson, "Print the report as JSON (a failure as {\"error\": MESSAGE})");
+        CliIo::helpText(QT_TRANSLATE_NOOP("Velloran",
+            "Scan a folder of Markdown files and migrate it into Apple Notes, under \"Imported by Velloran\". "
+            "Exit status: 0 complete, 1 finished with issues or could not start (a path that does not exist, for one), "
+            "2 usage error, 130 stopped by Ctrl-C, SIGTERM or SIGHUP.")));
+    migrate
+        ->add_option(
+            "PATH", *migratePath, CliIo::helpText(QT_TRANSLATE_NOOP("Velloran", "The folder (vault) to migrate")))
+        ->required();
+    migrate->add_flag("--json", *migrateJson,
+        CliIo::helpText(QT_TRANSLATE_NOOP("Velloran", "Print the report as JSON (a failure as {\"error\": MESSAGE})")));
     migrate->callback(
         [=, &exitCode] { exitCode = migrateCommand(QString::fromLocal8Bit(*migratePath), *migrateJson); });
 
@@ -605,19 +616,24 @@ void addRunCommands(CLI::App &app, int &exitCode)
     auto exportFolders = std::make_shared<std::vector<std::string>>();
     auto exportJson = std::make_shared<bool>(false);
     CLI::App *exportRun = app.add_subcommand("export",
-        "Export Apple Notes folders as Markdown files into DEST, one subfolder per Notes folder. "
-        "Exit status: 0 complete, 1 finished with issues or could not start (a path that does not exist, for one), "
-        "2 usage error, 130 stopped by Ctrl-C, SIGTERM or SIGHUP.");
+        CliIo::helpText(QT_TRANSLATE_NOOP("Velloran",
+            "Export Apple Notes folders as Markdown files into DEST, one subfolder per Notes folder. "
+            "Exit status: 0 complete, 1 finished with issues or could not start (a path that does not exist, for one), "
+            "2 usage error, 130 stopped by Ctrl-C, SIGTERM or SIGHUP.")));
     exportRun
-        ->add_option("DEST", *exportDestination, "The output folder; made when missing, inside a folder that exists")
+        ->add_option("DEST", *exportDestination,
+            CliIo::helpText(
+                QT_TRANSLATE_NOOP("Velloran", "The output folder; made when missing, inside a folder that exists")))
         ->required();
     exportRun
         ->add_option("--folder", *exportFolders,
-            "A Notes folder to export, by name (every folder of that name) or as the export screen labels it "
-            "(\"Notes — iCloud\"); repeat for more (default: all). A folder that Notes does not have is an error")
+            CliIo::helpText(QT_TRANSLATE_NOOP("Velloran",
+                "A Notes folder to export, by name (every folder of that name) or as the export screen labels it "
+                "(\"Notes — iCloud\"); repeat for more (default: all). A folder that Notes does not have is an error")))
         ->allow_extra_args(false)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    exportRun->add_flag("--json", *exportJson, "Print the result as JSON (a failure as {\"error\": MESSAGE})");
+    exportRun->add_flag("--json", *exportJson,
+        CliIo::helpText(QT_TRANSLATE_NOOP("Velloran", "Print the result as JSON (a failure as {\"error\": MESSAGE})")));
     exportRun->callback([=, &exitCode] {
         QStringList folders;
         for (const std::string &folder : *exportFolders)
@@ -628,10 +644,15 @@ void addRunCommands(CLI::App &app, int &exitCode)
     auto roundTripPath = std::make_shared<std::string>();
     auto roundTripJson = std::make_shared<bool>(false);
     CLI::App *roundTripRun = app.add_subcommand("round-trip",
-        "Migrate a folder into the Notes stand-in (fake-osascript, named by VELLORAN_OSASCRIPT), export it back "
-        "and print, per note, how many headings, list items, links, emphasis, tables and images each side has.");
-    roundTripRun->add_option("PATH", *roundTripPath, "The folder (vault) to send round")->required();
-    roundTripRun->add_flag("--json", *roundTripJson, "Print the counts as JSON (a failure as {\"error\": MESSAGE})");
+        CliIo::helpText(QT_TRANSLATE_NOOP("Velloran",
+            "Migrate a folder into the Notes stand-in (fake-osascript, named by VELLORAN_OSASCRIPT), export it back "
+            "and print, per note, how many headings, list items, links, emphasis, tables and images each side has.")));
+    roundTripRun
+        ->add_option(
+            "PATH", *roundTripPath, CliIo::helpText(QT_TRANSLATE_NOOP("Velloran", "The folder (vault) to send round")))
+        ->required();
+    roundTripRun->add_flag("--json", *roundTripJson,
+        CliIo::helpText(QT_TRANSLATE_NOOP("Velloran", "Print the counts as JSON (a failure as {\"error\": MESSAGE})")));
     roundTripRun->callback(
         [=, &exitCode] { exitCode = roundTripCommand(QString::fromLocal8Bit(*roundTripPath), *roundTripJson); });
 }

@@ -3,6 +3,7 @@
 #include "CliIo.h"
 #include "Commands.h"
 #include "ScriptRunner.h"
+#include "Translations.h"
 
 #include <QCoreApplication>
 
@@ -43,14 +44,43 @@ QString usageMessage(const CLI::App &app, const CLI::ParseError &error)
     if (!extras.empty()) {
         const QString word = QString::fromLocal8Bit(extras.front());
         if (word.size() > 1 && word.startsWith(u'-'))
-            return u"unknown option: "_s + word;
+            return QCoreApplication::translate("Velloran", "unknown option: %1").arg(word);
         if (app.get_subcommands().empty())
-            return u"unknown command: "_s + word;
-        return u"unexpected argument: "_s + word;
+            return QCoreApplication::translate("Velloran", "unknown command: %1").arg(word);
+        return QCoreApplication::translate("Velloran", "unexpected argument: %1").arg(word);
     }
     if (app.get_subcommands().empty())
-        return u"a command is required"_s;
+        return QCoreApplication::translate("Velloran", "a command is required");
     return QString::fromLocal8Bit(error.what());
+}
+
+/// CLI11's own words in the help (headings, the usage line, the help and version flags) in the user's
+/// language. Set before the commands are added: they take the formatter, the group and the help flag from
+/// the tool.
+void translateHelpWords(CLI::App &app)
+{
+    const auto formatter = app.get_formatter();
+    formatter->label("Usage", CliIo::helpText(QT_TRANSLATE_NOOP("Velloran", "Usage")));
+    formatter->label("OPTIONS", CliIo::helpText(QT_TRANSLATE_NOOP("Velloran", "OPTIONS")));
+    formatter->label("SUBCOMMAND", CliIo::helpText(QT_TRANSLATE_NOOP("Velloran", "SUBCOMMAND")));
+    formatter->label("SUBCOMMANDS", CliIo::helpText(QT_TRANSLATE_NOOP("Velloran", "SUBCOMMANDS")));
+    formatter->label("Positionals", CliIo::helpText(QT_TRANSLATE_NOOP("Velloran", "Positionals")));
+    formatter->label("REQUIRED", CliIo::helpText(QT_TRANSLATE_NOOP("Velloran", "REQUIRED")));
+    formatter->label("TEXT", CliIo::helpText(QT_TRANSLATE_NOOP("Velloran", "TEXT")));
+    app.group(CliIo::helpText(QT_TRANSLATE_NOOP("Velloran", "Subcommands")));
+    app.set_help_flag("-h,--help", CliIo::helpText(QT_TRANSLATE_NOOP("Velloran", "Print this help message and exit")));
+}
+
+/// Puts every option, at every level, under the heading "Options" in the user's language. Run once the
+/// commands are added: CLI11 gives each command's help flag its own default group.
+void translateOptionGroups(CLI::App &app, const std::string &options)
+{
+    for (CLI::Option *option : app.get_options()) {
+        if (option->get_group() == "Options")
+            option->group(options);
+    }
+    for (CLI::App *command : app.get_subcommands([](CLI::App *) { return true; }))
+        translateOptionGroups(*command, options);
 }
 
 } // namespace
@@ -64,20 +94,29 @@ int main(int argc, char **argv)
     QCoreApplication::setOrganizationName(QStringLiteral("Velloran"));
     QCoreApplication::setApplicationVersion(QStringLiteral(VELLORAN_VERSION));
 
-    CLI::App app("Velloran: move notes between Apple Notes and folders of Markdown files.", "velloran-cli");
-    app.set_version_flag("--version", "velloran-cli " VELLORAN_VERSION);
+    // Help and messages in the user's language, before the first text is made.
+    Translations::install();
+
+    CLI::App app(CliIo::helpText(QT_TRANSLATE_NOOP(
+                     "Velloran", "Velloran: move notes between Apple Notes and folders of Markdown files.")),
+        "velloran-cli");
+    translateHelpWords(app);
+    app.set_version_flag("--version", "velloran-cli " VELLORAN_VERSION,
+        CliIo::helpText(QT_TRANSLATE_NOOP("Velloran", "Display program version information and exit")));
     app.require_subcommand(1);
-    app.footer("Failures: one line \"velloran-cli: MESSAGE\" on standard error, naming the path, command or "
-               "option at fault. With --json, each failure also prints one JSON object {\"error\": MESSAGE} on "
-               "standard output; the exit status stays the same (1: the command failed or finished with issues, "
-               "2: usage error). A path that does not exist: \"PATH: no such folder\" (\"no such file\" for a "
-               "file), exit status 1.");
+    app.footer(CliIo::helpText(QT_TRANSLATE_NOOP("Velloran",
+        "Failures: one line \"velloran-cli: MESSAGE\" on standard error, naming the path, command or "
+        "option at fault. With --json, each failure also prints one JSON object {\"error\": MESSAGE} on "
+        "standard output; the exit status stays the same (1: the command failed or finished with issues, "
+        "2: usage error). A path that does not exist: \"PATH: no such folder\" (\"no such file\" for a "
+        "file), exit status 1.")));
 
     int exitCode = 0;
     addMigrationCommands(app, exitCode);
     addNotesCommands(app, exitCode);
     addExportCommands(app, exitCode);
     addRunCommands(app, exitCode);
+    translateOptionGroups(app, CliIo::helpText(QT_TRANSLATE_NOOP("Velloran", "Options")));
 
     CliIo::setJsonFailures(asksForJson(argc, argv));
     try {
@@ -90,7 +129,9 @@ int main(int argc, char **argv)
         return app.exit(e);
     } catch (const CLI::ParseError &e) {
         const QString message = usageMessage(app, e);
-        CliIo::fail(message, u"velloran-cli: "_s + message + u"\nRun with --help for more information."_s);
+        CliIo::fail(message,
+            u"velloran-cli: "_s + message + u'\n'
+                + QCoreApplication::translate("Velloran", "Run with --help for more information."));
         return usageStatus;
     }
     return exitCode;

@@ -23,11 +23,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QString translated(const char *text)
-{
-    return QCoreApplication::translate("Velloran", text);
-}
-
 using NotesExporter::FolderEntry;
 
 /// Each label once, in order: the screen's list, on which same-named folders listed without ids (which
@@ -87,7 +82,8 @@ QList<qsizetype> chosenPositions(const QStringList &selection, const QList<Folde
     for (const QString &choice : selection) {
         const QList<qsizetype> found = chosenBy(choice, listed, labels);
         if (found.isEmpty())
-            failures.append({ u"(folder "_s + choice + u')', translated("no such folder in Apple Notes") });
+            failures.append({ QCoreApplication::translate("Velloran", "(folder %1)").arg(choice),
+                QCoreApplication::translate("Velloran", "no such folder in Apple Notes") });
         for (const qsizetype i : found)
             picked.insert(i);
     }
@@ -122,7 +118,7 @@ QCoro::Task<> readFolders(ScriptRunner::Context context, const QList<FolderEntry
         if (context.stop->isRequested())
             break;
         const FolderEntry &entry = listed.at(chosen.at(c));
-        const QString label = u"(folder "_s + labels.at(chosen.at(c)) + u')';
+        const QString label = QCoreApplication::translate("Velloran", "(folder %1)").arg(labels.at(chosen.at(c)));
         NotesExporter::FolderRead read;
         bool done = false;
         if (byId) {
@@ -135,7 +131,8 @@ QCoro::Task<> readFolders(ScriptRunner::Context context, const QList<FolderEntry
         }
         if (!done) {
             if (!firstOfItsName(listed, chosen.at(c)) || readByName.contains(entry.name)) {
-                reads.failures.append({ label, translated("not exported: another folder has the same name") });
+                reads.failures.append({ label,
+                    QCoreApplication::translate("Velloran", "not exported: another folder has the same name") });
                 continue;
             }
             readByName.insert(entry.name);
@@ -213,7 +210,8 @@ QList<std::pair<QString, QString>> unreadableBodies(const QList<NotesExporter::N
     QList<std::pair<QString, QString>> failures;
     for (const NotesExporter::NoteRecord &record : records) {
         if (const std::optional<QString> reason = NotesExporter::unreadableBodyReason(record.html))
-            failures.append({ record.name, translated("couldn't read the note's body: ") + *reason });
+            failures.append({ record.name,
+                QCoreApplication::translate("Velloran", "couldn't read the note's body: %1").arg(*reason) });
     }
     return failures;
 }
@@ -237,7 +235,7 @@ QStringList Exporter::folderLabels(const QList<FolderEntry> &folders)
             const FolderEntry &folder = folders.at(i);
             if (folder.parent.isEmpty())
                 return folder.account;
-            const QString in = translated("in ") + folder.parent;
+            const QString in = QCoreApplication::translate("Velloran", "in %1").arg(folder.parent);
             return withAccount && !folder.account.isEmpty() ? in + u", "_s + folder.account : in;
         };
         QSet<QString> contexts;
@@ -469,7 +467,7 @@ QCoro::Task<> Exporter::exportNotes(QStringList selectedFolders, QUrl to)
     if (readFailure) {
         setErrorMessage(*readFailure);
         NotesExporter::Result failure;
-        failure.failed.append({ u"(reading Apple Notes)"_s, *readFailure });
+        failure.failed.append({ QCoreApplication::translate("Velloran", "(reading Apple Notes)"), *readFailure });
         endWith(std::move(failure));
         co_return;
     }

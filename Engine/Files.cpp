@@ -17,14 +17,9 @@ namespace Files {
 
 namespace {
 
-QString translated(const char *text)
-{
-    return QCoreApplication::translate("Velloran", text);
-}
-
 QString notRegular()
 {
-    return translated("not a regular file");
+    return QCoreApplication::translate("Velloran", "not a regular file");
 }
 
 /// Closes a descriptor on every way out.
@@ -45,15 +40,15 @@ QString reasonForError(int error)
     switch (error) {
     case EACCES:
     case EPERM:
-        return translated("permission denied");
+        return QCoreApplication::translate("Velloran", "permission denied");
     case ENAMETOOLONG:
-        return translated("path too long");
+        return QCoreApplication::translate("Velloran", "path too long");
     case ENOENT:
-        return translated("no such file or folder");
+        return QCoreApplication::translate("Velloran", "no such file or folder");
     case ELOOP:
-        return translated("too many symbolic links");
+        return QCoreApplication::translate("Velloran", "too many symbolic links");
     case ENOTDIR:
-        return translated("not a folder");
+        return QCoreApplication::translate("Velloran", "not a folder");
     default:
         return QString::fromLocal8Bit(std::strerror(error));
     }
@@ -94,7 +89,7 @@ TextRead readText(const QString &path)
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
     QString text = decoder.decode(bytes);
     if (decoder.hasError())
-        return { {}, translated("not UTF-8 text") };
+        return { {}, QCoreApplication::translate("Velloran", "not UTF-8 text") };
     return { std::move(text), {} };
 }
 

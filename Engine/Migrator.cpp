@@ -23,11 +23,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QString translated(const char *text)
-{
-    return QCoreApplication::translate("Velloran", text);
-}
-
 /// Writes `html` as UTF-8 to a fresh "velloran-body-UUID.html" in the run's folder. Gives the file's path,
 /// or throws FileSystemError with the system's text. The file lives only until its note is made, so it is
 /// not synced to disk.
@@ -60,7 +55,7 @@ bool makeRunFolder(std::optional<ScriptRunner::RunFolder> &folder, Migrator::Rep
         folder.emplace();
         return true;
     } catch (const std::exception &error) {
-        report.notesFailed.append({ u"(setup)"_s, errorDescription(error) });
+        report.notesFailed.append({ QCoreApplication::translate("Velloran", "(setup)"), errorDescription(error) });
         return false;
     }
 }
@@ -78,10 +73,10 @@ QCoro::Task<RootFolder> ensureRootFolder(ScriptRunner::Context context, Migrator
         co_return RootFolder::ensured;
     } catch (const RunStopped &stopped) {
         // Notes did not answer the first script (an Automation prompt left open, say): nothing was made.
-        report.notesFailed.append({ u"(setup)"_s, stopped.errorDescription() });
+        report.notesFailed.append({ QCoreApplication::translate("Velloran", "(setup)"), stopped.errorDescription() });
         co_return RootFolder::stopped;
     } catch (const std::exception &error) {
-        report.notesFailed.append({ u"(setup)"_s, errorDescription(error) });
+        report.notesFailed.append({ QCoreApplication::translate("Velloran", "(setup)"), errorDescription(error) });
         co_return RootFolder::failed;
     }
 }
@@ -108,7 +103,8 @@ QCoro::Task<QHash<QString, QString>> ensureSubfolders(
         } catch (const RunStopped &) {
             break;
         } catch (const std::exception &error) {
-            report.notesFailed.append({ u"(folder "_s + path + u')', errorDescription(error) });
+            report.notesFailed.append(
+                { QCoreApplication::translate("Velloran", "(folder %1)").arg(path), errorDescription(error) });
         }
         if (!owner)
             break;
@@ -188,7 +184,7 @@ QCoro::Task<> migrateNote(ScriptRunner::Context context, const VaultAnalysis::No
     QFuture<ReadyNote> preparing = QtConcurrent::run([folder, note, vault] { return makeReady(*folder, note, vault); });
     const ReadyNote ready = co_await preparing;
     if (!ready.prepared) {
-        report.notesFailed.append({ note.title, translated("Couldn't read the file") });
+        report.notesFailed.append({ note.title, QCoreApplication::translate("Velloran", "Couldn't read the file") });
         co_return;
     }
     report.imagesMissing += ready.prepared->imagesMissing;

@@ -16,7 +16,7 @@ QString scriptFailureDescription(const QString &message)
     if (message.contains(u"-1743"))
         return QCoreApplication::translate(
             "Velloran", "Permission needed: System Settings → Privacy & Security → Automation → Velloran → Notes");
-    return QCoreApplication::translate("Velloran", "Apple Notes error: ") + message;
+    return QCoreApplication::translate("Velloran", "Apple Notes error: %1").arg(message);
 }
 
 QString BridgeError::errorDescription() const

@@ -37,7 +37,7 @@ QString ExportError::errorDescription() const
     case Kind::scriptFailed:
         return NotesBridge::scriptFailureDescription(m_message);
     case Kind::destinationNotWritable:
-        return QCoreApplication::translate("Velloran", "Can't write to destination folder: ") + m_message;
+        return QCoreApplication::translate("Velloran", "Can't write to destination folder: %1").arg(m_message);
     }
     Q_UNREACHABLE();
     return QString();

@@ -350,7 +350,8 @@ Result exportNotes(
     if (!QFileInfo(destination).isWritable()) {
         // A missing destination is made; one that cannot be made ends the run before the first note.
         if (createFolder(destination)) {
-            result.failed.append({ u"(destination)"_s, QCoreApplication::translate("Velloran", "not writable") });
+            result.failed.append({ QCoreApplication::translate("Velloran", "(destination)"),
+                QCoreApplication::translate("Velloran", "not writable") });
             return result;
         }
     }
@@ -370,7 +371,7 @@ Result exportNotes(
         const QString folderPath = joinPath(destination, subfolder);
         if (const std::optional<QString> error = createFolder(folderPath)) {
             result.failed.append(
-                { note.name, QCoreApplication::translate("Velloran", "couldn't create folder: ") + *error });
+                { note.name, QCoreApplication::translate("Velloran", "couldn't create folder: %1").arg(*error) });
             continue;
         }
         result.folders.insert(subfolder);

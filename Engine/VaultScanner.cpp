@@ -188,11 +188,6 @@ bool isInsideVault(const QString &canonicalPath, const QString &canonicalVault)
 
 namespace {
 
-QString translated(const char *text)
-{
-    return QCoreApplication::translate("Velloran", text);
-}
-
 /// Whether something exists at `path`, following links (a dangling link is nothing).
 bool existsAt(const QString &path)
 {
@@ -209,12 +204,12 @@ ImageResolution attachable(const QString &path, const QString &canonicalVault)
     if (canonical.isEmpty() && !info.isSymLink())
         return {};
     if (!isInsideVault(canonical, canonicalVault))
-        return { std::nullopt, translated("outside the folder") };
+        return { std::nullopt, QCoreApplication::translate("Velloran", "outside the folder") };
     const QFileInfo target(canonical);
     if (!target.isFile())
-        return { std::nullopt, translated("not a regular file") };
+        return { std::nullopt, QCoreApplication::translate("Velloran", "not a regular file") };
     if (!target.isReadable())
-        return { std::nullopt, translated("permission denied") };
+        return { std::nullopt, QCoreApplication::translate("Velloran", "permission denied") };
     return { canonical, {} };
 }
 
@@ -227,7 +222,7 @@ ImageResolution resolveImage(
     if (r.startsWith(u"http://") || r.startsWith(u"https://"))
         return {}; // remote images always count as missing
     if (r.startsWith(u'/') || r.startsWith(u"file:", Qt::CaseInsensitive))
-        return { std::nullopt, translated("outside the folder") };
+        return { std::nullopt, QCoreApplication::translate("Velloran", "outside the folder") };
     // Beside the note and at the root, any existing item decides; only the index is limited to images.
     if (const QString candidate = noteFolder + u'/' + r; existsAt(candidate))
         return attachable(candidate, canonicalVault);
@@ -450,7 +445,8 @@ ScannedFile scanFile(const QString &path, const ScanContext &context)
     // A link may lead anywhere: only what lies inside the vault is read.
     const QFileInfo info(path);
     if (info.isSymLink() && info.exists() && !isInsideVault(info.canonicalFilePath(), context.canonicalVault)) {
-        scanned.failure = info.isFile() ? translated("outside the folder") : translated("not a regular file");
+        scanned.failure = info.isFile() ? QCoreApplication::translate("Velloran", "outside the folder")
+                                        : QCoreApplication::translate("Velloran", "not a regular file");
         return scanned;
     }
     const Files::TextRead read = Files::readText(path);

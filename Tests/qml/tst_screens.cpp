@@ -3,6 +3,7 @@
 
 #include "Controllers.h"
 #include "ScreenFixture.h"
+#include "Translations.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -36,6 +37,8 @@ public slots:
         qputenv("VELLORAN_OSASCRIPT", QByteArrayLiteral(VELLORAN_FAKE_OSASCRIPT));
         useVelloranStyle();
         registerControllerTypes();
+        // As the application does: the screens speak the language of LANG (English for most tests).
+        Translations::install();
     }
 
     void qmlEngineAvailable(QQmlEngine *engine)

@@ -1,0 +1,676 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="en" sourcelanguage="en">
+<context>
+    <name>AnalysisView</name>
+    <message>
+        <source>%1 notes</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>will be created in Apple Notes</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 folders</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>recreated inside “Imported by Velloran”</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 images</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>attached to their notes</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>attached · %1 missing on disk (listed in the report)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 wikilinks</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>become styled text references (Notes has no API for note-to-note links)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Tables</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>preserved as real Notes tables</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>1 title</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 titles</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>get a number, as another note of that name goes to the same Notes folder</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>1 file</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 files</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>couldn&apos;t be read (listed in the report)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>1 folder</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Here&apos;s what Velloran found:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Migrate to Apple Notes</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Choose a different folder</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>DirectionPickerView</name>
+    <message>
+        <source>Apple Notes ↔ Markdown</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Your notes, portable and ready for AI.
+Pick a direction to begin.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Markdown → Apple Notes</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Import a folder of .md files
+into Apple Notes</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Apple Notes → Markdown</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Export your Apple Notes
+to clean .md files</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>ExportFlowView</name>
+    <message>
+        <source>Choose</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Choose where to save the exported Markdown files</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Reading notes…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Writing Markdown files — your Apple Notes are not modified.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Export Apple Notes to Markdown</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>1 · What to export</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>All notes</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Choose folders</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Reading Apple Notes folders…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>No folders found (grant Automation → Notes if first run).</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>2 · Where to save the .md files</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Drop it!</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Drop a folder from Finder, or click Choose Folder below</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Notes can&apos;t be dragged here. Choose your notes above, then pick an output folder.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Your notes are picked above — this is only the output folder.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Choose Folder…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Remember as favourite folder</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Export to Markdown</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>ExportResultView</name>
+    <message>
+        <source>Export stopped</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Export finished with issues</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Export complete</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 notes written · %2 folders</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>You stopped the export: the notes it had not reached were not written.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Failed (%1)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source> — </source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Reveal in Finder</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Done</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>ProgressPanel</name>
+    <message>
+        <source>Stopping…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Stop</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>ReportView</name>
+    <message>
+        <source>Migration stopped</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Migration finished with issues</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Migration complete</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 notes · %2 images attached</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>You stopped the migration: the notes it had not reached are not in Apple Notes. Run it again to carry on; the notes already made are skipped.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Failed (%1)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source> — </source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Placed in root — their folder couldn’t be created (%1)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source> — expected in “</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>”</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Images not found on disk (%1)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Deep folders flattened to “A ▸ B” (Notes nests one level)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 notes already existed in the destination folder and were skipped (no duplicates created). Safe to re-run.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 wikilinks became underlined text references — Apple Notes has no API for creating note-to-note links.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Open Apple Notes</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Done</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>Velloran</name>
+    <message>
+        <source>%1: no such file</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1: is a folder, not a file</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>no such folder</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>not a folder</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>permission denied</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Print the Markdown of an Apple Notes note body (HTML) read from FILE or standard input.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The note body; standard input when absent or &quot;-&quot;.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1: not valid UTF-8</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Scan a folder of Markdown files and show what a migration to Apple Notes would do with it.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The folder (vault) to scan</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Print the whole analysis as JSON (a failure as {&quot;error&quot;: MESSAGE})</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Render Markdown as an Apple Notes body (HTML).</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The Markdown file; standard input when absent or &quot;-&quot;</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Remove a leading YAML frontmatter block first</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Print {&quot;html&quot;: ..., &quot;images&quot;: [...]} instead (a failure as {&quot;error&quot;: MESSAGE})</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>List the Apple Notes folders as the export screen shows them, one per line (folders that share a name with what tells them apart); each line can be given to export --folder.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Print them as one JSON array instead (a failure as {&quot;error&quot;: MESSAGE})</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Stopping after the current note…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Reading notes…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Interrupted before the migration began.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1: no such folder in Apple Notes</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>round-trip runs only against the Notes stand-in: set VELLORAN_OSASCRIPT to fake-osascript</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>cannot make a working folder: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>not exported</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Scan a folder of Markdown files and migrate it into Apple Notes, under &quot;Imported by Velloran&quot;. Exit status: 0 complete, 1 finished with issues or could not start (a path that does not exist, for one), 2 usage error, 130 stopped by Ctrl-C, SIGTERM or SIGHUP.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The folder (vault) to migrate</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Print the report as JSON (a failure as {&quot;error&quot;: MESSAGE})</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Export Apple Notes folders as Markdown files into DEST, one subfolder per Notes folder. Exit status: 0 complete, 1 finished with issues or could not start (a path that does not exist, for one), 2 usage error, 130 stopped by Ctrl-C, SIGTERM or SIGHUP.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The output folder; made when missing, inside a folder that exists</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>A Notes folder to export, by name (every folder of that name) or as the export screen labels it (&quot;Notes — iCloud&quot;); repeat for more (default: all). A folder that Notes does not have is an error</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Print the result as JSON (a failure as {&quot;error&quot;: MESSAGE})</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Migrate a folder into the Notes stand-in (fake-osascript, named by VELLORAN_OSASCRIPT), export it back and print, per note, how many headings, list items, links, emphasis, tables and images each side has.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The folder (vault) to send round</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Print the counts as JSON (a failure as {&quot;error&quot;: MESSAGE})</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>unknown option: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>unknown command: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>unexpected argument: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>a command is required</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Usage</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>OPTIONS</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>SUBCOMMAND</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>SUBCOMMANDS</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Positionals</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>REQUIRED</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>TEXT</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Subcommands</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Print this help message and exit</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Velloran: move notes between Apple Notes and folders of Markdown files.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Display program version information and exit</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Failures: one line &quot;velloran-cli: MESSAGE&quot; on standard error, naming the path, command or option at fault. With --json, each failure also prints one JSON object {&quot;error&quot;: MESSAGE} on standard output; the exit status stays the same (1: the command failed or finished with issues, 2: usage error). A path that does not exist: &quot;PATH: no such folder&quot; (&quot;no such file&quot; for a file), exit status 1.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Options</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Run with --help for more information.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>stopped before Notes answered</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>in %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>(reading Apple Notes)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>(folder %1)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>no such folder in Apple Notes</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>not exported: another folder has the same name</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>couldn&apos;t read the note&apos;s body: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>not a regular file</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>path too long</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>no such file or folder</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>too many symbolic links</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>not UTF-8 text</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>(setup)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Couldn&apos;t read the file</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Permission needed: System Settings → Privacy &amp; Security → Automation → Velloran → Notes</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Apple Notes error: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Can&apos;t write to destination folder: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>(destination)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>not writable</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>couldn&apos;t create folder: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>osascript ended with signal %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>osascript failed without a message (exit status %1)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>outside the folder</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>Total (%n notes, %1 not exported): </source>
+        <translation>
+            <numerusform>Total (%n note, %1 not exported): </numerusform>
+            <numerusform>Total (%n notes, %1 not exported): </numerusform>
+        </translation>
+    </message>
+</context>
+<context>
+    <name>WizardView</name>
+    <message>
+        <source>Analyze</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Back to start</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>VELLORAN</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Preparing…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Creating notes in Apple Notes — don&apos;t quit Notes while this runs.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Move your Markdown files
+into Apple Notes</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Folders, images, tables and attachments — intact.
+Your original files are never touched.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Drop it!</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Drop a folder of .md files (Obsidian, etc.)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>from Finder — not notes from the Notes app</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Analyzing…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Choose Folder…</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+</TS>
