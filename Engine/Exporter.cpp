@@ -15,6 +15,8 @@
 
 #include <algorithm>
 #include <exception>
+#include <functional>
+#include <type_traits>
 #include <variant>
 
 using namespace Qt::StringLiterals;
@@ -51,6 +53,167 @@ QList<qsizetype> chosenBy(const QString &choice, const QList<FolderEntry> &folde
             byName.append(i);
     }
     return byLabel.isEmpty() ? byName : byLabel;
+}
+
+/// What reading the chosen folders of an export gave.
+struct FolderReads
+{
+    /// The notes read, each with the subfolder it is written into as its folder.
+    QList<NotesExporter::NoteRecord> records;
+    /// (label, reason) of each choice that found no folder and each folder that was not read.
+    QList<std::pair<QString, QString>> failures;
+    qsizetype reads = 0;
+    qsizetype readsFailed = 0;
+    std::optional<QString> lastReadFailure;
+};
+
+/// The positions, in list order and each once, of the listed folders that `selection` chooses: every
+/// folder when it is empty. A choice that stands for no folder is a failure.
+QList<qsizetype> chosenPositions(const QStringList &selection, const QList<FolderEntry> &listed,
+    const QStringList &labels, QList<std::pair<QString, QString>> &failures)
+{
+    QList<qsizetype> chosen;
+    if (selection.isEmpty()) {
+        for (qsizetype i = 0; i < listed.size(); ++i)
+            chosen.append(i);
+        return chosen;
+    }
+    QSet<qsizetype> picked;
+    for (const QString &choice : selection) {
+        const QList<qsizetype> found = chosenBy(choice, listed, labels);
+        if (found.isEmpty())
+            failures.append({ QCoreApplication::translate("Velloran", "(folder %1)").arg(choice),
+                QCoreApplication::translate("Velloran", "no such folder in Apple Notes") });
+        for (const qsizetype i : found)
+            picked.insert(i);
+    }
+    chosen = picked.values();
+    std::sort(chosen.begin(), chosen.end());
+    return chosen;
+}
+
+/// Whether the folder at `position` is the first of its name in the list: the one Notes gives by that name.
+bool firstOfItsName(const QList<FolderEntry> &listed, qsizetype position)
+{
+    const QString &name = listed.at(position).name;
+    return std::find_if(listed.cbegin(), listed.cend(), [&](const FolderEntry &other) { return other.name == name; })
+        == listed.cbegin() + position;
+}
+
+/// Reads the chosen folders in turn into `reads`, by id while this Notes compiles the program that does
+/// so, otherwise by name: of each name only the first folder can then be reached, and the others are
+/// listed as not exported. A folder that cannot be read is a failure, listed by its label. Ends at a stop
+/// request, or when the controller (`owner`) goes away.
+QCoro::Task<> readFolders(ScriptRunner::Context context, const QList<FolderEntry> &listed, const QStringList &labels,
+    const QList<qsizetype> &chosen, FolderReads &reads, QPointer<Exporter> owner)
+{
+    QList<FolderEntry> chosenFolders;
+    for (const qsizetype i : chosen)
+        chosenFolders.append(listed.at(i));
+    const QStringList subfolders = Exporter::subfolderNames(chosenFolders);
+
+    bool byId = !chosenFolders.isEmpty() && !chosenFolders.first().id.isEmpty();
+    QSet<QString> readByName;
+    for (qsizetype c = 0; c < chosen.size(); ++c) {
+        if (context.stop->isRequested())
+            break;
+        const FolderEntry &entry = listed.at(chosen.at(c));
+        const QString label = QCoreApplication::translate("Velloran", "(folder %1)").arg(labels.at(chosen.at(c)));
+        NotesExporter::FolderRead read;
+        bool done = false;
+        if (byId) {
+            QCoro::Task<NotesExporter::FolderRead> reading = NotesExporter::readFolderById(context, entry.id);
+            read = co_await reading;
+            if (!owner)
+                co_return;
+            done = !read.notCompiled;
+            byId = done;
+        }
+        if (!done) {
+            if (!firstOfItsName(listed, chosen.at(c)) || readByName.contains(entry.name)) {
+                reads.failures.append({ label,
+                    QCoreApplication::translate("Velloran", "not exported: another folder has the same name") });
+                continue;
+            }
+            readByName.insert(entry.name);
+            QCoro::Task<NotesExporter::FolderRead> reading = NotesExporter::readFolder(context, entry.name);
+            read = co_await reading;
+            if (!owner)
+                co_return;
+        }
+        ++reads.reads;
+        if (!read.failure.isEmpty()) {
+            ++reads.readsFailed;
+            reads.lastReadFailure = read.failure;
+            reads.failures.append({ label, read.failure });
+            continue;
+        }
+        for (NotesExporter::NoteRecord &record : read.notes)
+            record.folder = subfolders.at(c);
+        reads.records += std::move(read.notes);
+    }
+}
+
+/// Reads the folder list, then each chosen folder in turn (see readFolders). Throws what the folder list
+/// throws; a folder that cannot be read is a failure of the run unless no folder could be read at all.
+QCoro::Task<> readChosenFolders(
+    ScriptRunner::Context context, QStringList selection, FolderReads &reads, QPointer<Exporter> owner)
+{
+    QCoro::Task<QList<FolderEntry>> listing = NotesExporter::listFolderDetails(context);
+    const QList<FolderEntry> listed = co_await listing;
+    if (!owner)
+        co_return;
+    const QStringList labels = Exporter::folderLabels(listed);
+    const QList<qsizetype> chosen = chosenPositions(selection, listed, labels, reads.failures);
+    QCoro::Task<> reading = readFolders(context, listed, labels, chosen, reads, owner);
+    co_await reading;
+}
+
+// QCoro takes a task's value that can be made from an exception_ptr for an exception the task threw.
+static_assert(!std::is_constructible_v<std::optional<QString>, std::exception_ptr>);
+
+/// Reads what an export writes into `reads`, in the run's folder (made here, in `folder`, so that the
+/// caller keeps it to the end of the run). A stop request ends the reading, and the notes read until
+/// then are still written. Gives the failure that ends the export before anything is written: the run's
+/// folder or the folder list could not be made or read, or no chosen folder could be read.
+QCoro::Task<std::optional<QString>> readForExport(std::optional<ScriptRunner::RunFolder> &folder,
+    ScriptRunner::StopSignal &stop, QStringList selection, FolderReads &reads, QPointer<Exporter> owner)
+{
+    try {
+        folder.emplace();
+        const ScriptRunner::Context context { &*folder, &stop };
+        QCoro::Task<> reading = readChosenFolders(context, selection, reads, owner);
+        co_await reading;
+    } catch (const RunStopped &) {
+        // What was read until the stop is written.
+    } catch (const std::exception &error) {
+        co_return errorDescription(error);
+    }
+    if (reads.reads > 0 && reads.readsFailed == reads.reads)
+        co_return reads.lastReadFailure;
+    co_return std::nullopt;
+}
+
+/// A progress callback for the writer's thread: each call becomes one queued call of `apply` on the main
+/// thread, posted at the moment of the callback; the writer does not wait for it.
+NotesExporter::ProgressCallback queuedOnMainThread(std::function<void(double, const QString &)> apply)
+{
+    return [apply = std::move(apply)](double fraction, const QString &name) {
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(), [apply, fraction, name] { apply(fraction, name); }, Qt::QueuedConnection);
+    };
+}
+
+/// A note whose body Notes would not give is written with the explanation, and is a failure too.
+QList<std::pair<QString, QString>> unreadableBodies(const QList<NotesExporter::NoteRecord> &records)
+{
+    QList<std::pair<QString, QString>> failures;
+    for (const NotesExporter::NoteRecord &record : records) {
+        if (const std::optional<QString> reason = NotesExporter::unreadableBodyReason(record.html))
+            failures.append({ record.name,
+                QCoreApplication::translate("Velloran", "couldn't read the note's body: %1").arg(*reason) });
+    }
+    return failures;
 }
 
 } // namespace
@@ -294,142 +457,41 @@ QCoro::Task<> Exporter::exportNotes(QStringList selectedFolders, QUrl to)
         setRunning(false);
         setResult(std::move(result));
     };
-    const auto failReading = [&](const QString &error) {
-        setErrorMessage(error);
-        NotesExporter::Result failure;
-        failure.failed.append({ QCoreApplication::translate("Velloran", "(reading Apple Notes)"), error });
-        endWith(std::move(failure));
-    };
 
-    // Reading: the folder list, then each chosen folder in turn, by its id. A folder that cannot be read is
-    // a failure of the run, listed by its label, unless no folder could be read at all. Where this Notes
-    // cannot compile the programs that tell same-named folders apart, folders are read by name: of each
-    // name only the first folder can be reached, and the others are listed as not exported.
     std::optional<ScriptRunner::RunFolder> folder;
-    QList<NotesExporter::NoteRecord> records;
-    QList<std::pair<QString, QString>> folderFailures;
-    qsizetype reads = 0;
-    std::optional<QString> lastReadFailure;
-    qsizetype readsFailed = 0;
-    try {
-        folder.emplace();
-        const ScriptRunner::Context context { &*folder, &stop };
-        QCoro::Task<QList<FolderEntry>> listing = NotesExporter::listFolderDetails(context);
-        const QList<FolderEntry> listed = co_await listing;
-        if (!self)
-            co_return;
-        const QStringList labels = folderLabels(listed);
-
-        QList<qsizetype> chosen;
-        if (selectedFolders.isEmpty()) {
-            for (qsizetype i = 0; i < listed.size(); ++i)
-                chosen.append(i);
-        } else {
-            QSet<qsizetype> picked;
-            for (const QString &choice : std::as_const(selectedFolders)) {
-                const QList<qsizetype> found = chosenBy(choice, listed, labels);
-                if (found.isEmpty())
-                    folderFailures.append({ QCoreApplication::translate("Velloran", "(folder %1)").arg(choice),
-                        QCoreApplication::translate("Velloran", "no such folder in Apple Notes") });
-                for (const qsizetype i : found)
-                    picked.insert(i);
-            }
-            chosen = picked.values();
-            std::sort(chosen.begin(), chosen.end());
-        }
-        QList<FolderEntry> chosenFolders;
-        for (const qsizetype i : std::as_const(chosen))
-            chosenFolders.append(listed.at(i));
-        const QStringList subfolders = subfolderNames(chosenFolders);
-
-        bool byId = !chosenFolders.isEmpty() && !chosenFolders.first().id.isEmpty();
-        QSet<QString> readByName;
-        for (qsizetype c = 0; c < chosen.size(); ++c) {
-            if (stop.isRequested())
-                break;
-            const FolderEntry &entry = listed.at(chosen.at(c));
-            const QString label = QCoreApplication::translate("Velloran", "(folder %1)").arg(labels.at(chosen.at(c)));
-            NotesExporter::FolderRead read;
-            bool done = false;
-            if (byId) {
-                QCoro::Task<NotesExporter::FolderRead> reading = NotesExporter::readFolderById(context, entry.id);
-                read = co_await reading;
-                if (!self)
-                    co_return;
-                done = !read.notCompiled;
-                byId = done;
-            }
-            if (!done) {
-                // By name, Notes gives the first folder of that name in its list.
-                const bool firstOfItsName = std::find_if(listed.cbegin(), listed.cend(), [&](const FolderEntry &other) {
-                    return other.name == entry.name;
-                }) == listed.cbegin() + chosen.at(c);
-                if (!firstOfItsName || readByName.contains(entry.name)) {
-                    folderFailures.append({ label,
-                        QCoreApplication::translate("Velloran", "not exported: another folder has the same name") });
-                    continue;
-                }
-                readByName.insert(entry.name);
-                QCoro::Task<NotesExporter::FolderRead> reading = NotesExporter::readFolder(context, entry.name);
-                read = co_await reading;
-                if (!self)
-                    co_return;
-            }
-            ++reads;
-            if (!read.failure.isEmpty()) {
-                ++readsFailed;
-                lastReadFailure = read.failure;
-                folderFailures.append({ label, read.failure });
-                continue;
-            }
-            for (NotesExporter::NoteRecord &record : read.notes)
-                record.folder = subfolders.at(c);
-            records += std::move(read.notes);
-        }
-    } catch (const RunStopped &) {
-        if (!self)
-            co_return;
-    } catch (const std::exception &error) {
-        if (!self)
-            co_return;
-        failReading(errorDescription(error));
+    FolderReads reads;
+    QCoro::Task<std::optional<QString>> reading = readForExport(folder, stop, selectedFolders, reads, self);
+    const std::optional<QString> readFailure = co_await reading;
+    if (!self)
         co_return;
-    }
-    if (reads > 0 && readsFailed == reads) {
-        failReading(*lastReadFailure);
+    if (readFailure) {
+        setErrorMessage(*readFailure);
+        NotesExporter::Result failure;
+        failure.failed.append({ QCoreApplication::translate("Velloran", "(reading Apple Notes)"), *readFailure });
+        endWith(std::move(failure));
         co_return;
     }
     if (stop.isRequested())
         stopFlag->store(true);
 
-    // The writer calls back on its own thread. Each call becomes one queued call on this thread, posted at
-    // the moment of the callback; the writer does not wait for it. The completion below resumes through the
-    // same queue after the task has ended, so it comes after the last of them.
-    const NotesExporter::ProgressCallback progress = [self](double fraction, const QString &name) {
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(),
-            [self, fraction, name] {
-                if (!self)
-                    return;
-                self->setProgress(fraction);
-                self->setCurrentNote(name);
-            },
-            Qt::QueuedConnection);
-    };
+    // Converting and writing, in a background task. Its progress reaches this thread as one queued call per
+    // callback; the completion below resumes through the same queue after the task has ended, so it comes
+    // after the last of them.
+    const NotesExporter::ProgressCallback progress = queuedOnMainThread([self](double fraction, const QString &name) {
+        if (!self)
+            return;
+        self->setProgress(fraction);
+        self->setCurrentNote(name);
+    });
     const NotesExporter::StopCheck shouldStop = [stopFlag] { return stopFlag->load(); };
     QFuture<NotesExporter::Result> writing
-        = QtConcurrent::run(NotesExporter::exportNotes, records, to, progress, shouldStop);
+        = QtConcurrent::run(NotesExporter::exportNotes, reads.records, to, progress, shouldStop);
     NotesExporter::Result result = co_await writing;
     if (!self)
         co_return;
 
-    // A note whose body Notes would not give is written with the explanation, and is a failure too.
-    for (const NotesExporter::NoteRecord &record : std::as_const(records)) {
-        if (const std::optional<QString> reason = NotesExporter::unreadableBodyReason(record.html))
-            result.failed.append({ record.name,
-                QCoreApplication::translate("Velloran", "couldn't read the note's body: %1").arg(*reason) });
-    }
-    result.failed += folderFailures;
+    result.failed += unreadableBodies(reads.records);
+    result.failed += reads.failures;
     endWith(std::move(result));
 }
 

@@ -3,19 +3,15 @@
 #include "Counters.h"
 #include "Errors.h"
 #include "Files.h"
-#include "MarkdownLite.h"
 #include "NotesBridge.h"
 #include "ScriptRunner.h"
-#include "VaultScanner_p.h"
+#include "VaultScanner.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QHash>
 #include <QPointer>
 #include <QThread>
-#include <QUuid>
 #include <QtConcurrent>
 
 #include <QCoro/QCoroFuture>
@@ -50,6 +46,170 @@ QStringList sortedFolders(const QSet<QString> &folders)
         });
     });
     return sorted;
+}
+
+/// Makes the run's private folder in `folder`. When it cannot be made, the reason is the setup failure.
+bool makeRunFolder(std::optional<ScriptRunner::RunFolder> &folder, Migrator::Report &report)
+{
+    try {
+        folder.emplace();
+        return true;
+    } catch (const std::exception &error) {
+        report.notesFailed.append({ QCoreApplication::translate("Velloran", "(setup)"), errorDescription(error) });
+        return false;
+    }
+}
+
+/// How ensuring the root folder ended.
+enum class RootFolder : quint8 { ensured, failed, stopped };
+
+/// Ensures "Imported by Velloran": without it nothing else can be created. A failure is the setup failure
+/// of the report.
+QCoro::Task<RootFolder> ensureRootFolder(ScriptRunner::Context context, Migrator::Report &report)
+{
+    try {
+        QCoro::Task<> ensuring = NotesBridge::ensureFolder(context, Migrator::rootFolderName);
+        co_await ensuring;
+        co_return RootFolder::ensured;
+    } catch (const RunStopped &stopped) {
+        // Notes did not answer the first script (an Automation prompt left open, say): nothing was made.
+        report.notesFailed.append({ QCoreApplication::translate("Velloran", "(setup)"), stopped.errorDescription() });
+        co_return RootFolder::stopped;
+    } catch (const std::exception &error) {
+        report.notesFailed.append({ QCoreApplication::translate("Velloran", "(setup)"), errorDescription(error) });
+        co_return RootFolder::failed;
+    }
+}
+
+/// Ensures the subfolders, one level deep, in plain order of their paths; a deeper path is flattened into
+/// one name. Gives the Notes name of every path whose subfolder was ensured. A subfolder that cannot be
+/// made is a failure of the report, and its notes go to the root. Ends at a stop request, or when the
+/// controller (`owner`) goes away.
+QCoro::Task<QHash<QString, QString>> ensureSubfolders(
+    ScriptRunner::Context context, QSet<QString> folders, Migrator::Report &report, QPointer<Migrator> owner)
+{
+    QHash<QString, QString> subfolders;
+    for (const QString &path : sortedFolders(folders)) {
+        if (context.stop->isRequested())
+            break;
+        const QStringList components = path.split(u'/');
+        const QString name = components.join(Migrator::subfolderJoiner);
+        if (components.size() >= 2)
+            report.foldersFlattened.append(path);
+        try {
+            QCoro::Task<> ensuring = NotesBridge::ensureSubfolder(context, Migrator::rootFolderName, name);
+            co_await ensuring;
+            subfolders.insert(path, name);
+        } catch (const RunStopped &) {
+            break;
+        } catch (const std::exception &error) {
+            report.notesFailed.append(
+                { QCoreApplication::translate("Velloran", "(folder %1)").arg(path), errorDescription(error) });
+        }
+        if (!owner)
+            break;
+    }
+    co_return subfolders;
+}
+
+/// A note made ready off the main thread: prepared, and its body written to a file of the run.
+struct ReadyNote
+{
+    /// Nothing when the note's file could not be read.
+    std::optional<VaultScanner::PreparedNote> prepared;
+    /// The body file; empty when it could not be written.
+    QString bodyPath;
+    /// Why the body file could not be written.
+    QString failure;
+};
+
+/// Prepares a note and writes its body file: the file work of one note, safe on any thread.
+ReadyNote makeReady(const ScriptRunner::RunFolder &folder, const VaultAnalysis::Note &note, const QUrl &vault)
+{
+    ReadyNote ready;
+    ready.prepared = VaultScanner::prepare(note, vault);
+    if (!ready.prepared)
+        return ready;
+    try {
+        ready.bodyPath = writeBodyFile(folder, ready.prepared->html);
+    } catch (const std::exception &error) {
+        ready.failure = errorDescription(error);
+    }
+    return ready;
+}
+
+/// Where a note goes: its subfolder (none for the root) and whether it lands in the root only because its
+/// folder could not be made.
+struct Placement
+{
+    std::optional<QString> subfolder;
+    bool misfiled = false;
+};
+
+Placement placementOf(const QString &key, const QHash<QString, QString> &subfolders)
+{
+    if (key.isEmpty())
+        return {};
+    if (const auto found = subfolders.constFind(key); found != subfolders.cend())
+        return { *found, false };
+    // Its folder failed, or was never in the analysis.
+    return { std::nullopt, true };
+}
+
+/// Counts a note that Notes created (true) or already had (false).
+void countCreated(Migrator::Report &report, const VaultAnalysis::Note &note, bool created, const QString &key,
+    bool misfiled, qsizetype attachments)
+{
+    if (!created) {
+        // It already existed: nothing else about it is counted.
+        addChecked(report.notesSkipped);
+        return;
+    }
+    addChecked(report.imagesAttached, attachments);
+    addChecked(report.wikilinksDegraded, note.wikilinks.size());
+    // A misfiled note is counted only as misfiled, never also as created.
+    if (misfiled)
+        report.notesMisfiled.append({ note.title, key });
+    else
+        addChecked(report.notesCreated);
+}
+
+/// Migrates one note: prepares it off this thread, then creates it in its folder, counting the outcome in
+/// `report`. Nothing here touches the controller, so a note once begun is carried to its end even when the
+/// controller goes away meanwhile; the caller starts no other.
+QCoro::Task<> migrateNote(ScriptRunner::Context context, const VaultAnalysis::Note &note, QUrl vault,
+    const QHash<QString, QString> &subfolders, Migrator::Report &report)
+{
+    const ScriptRunner::RunFolder *folder = context.folder;
+    QFuture<ReadyNote> preparing = QtConcurrent::run([folder, note, vault] { return makeReady(*folder, note, vault); });
+    const ReadyNote ready = co_await preparing;
+    if (!ready.prepared) {
+        report.notesFailed.append({ note.title, QCoreApplication::translate("Velloran", "Couldn't read the file") });
+        co_return;
+    }
+    report.imagesMissing += ready.prepared->imagesMissing;
+    if (ready.bodyPath.isEmpty()) {
+        report.notesFailed.append({ note.title, ready.failure });
+        co_return;
+    }
+
+    const QString key = note.relativeFolder.join(u'/');
+    const Placement placement = placementOf(key, subfolders);
+    // One note at a time; the interface stays free while Notes works.
+    std::optional<bool> created;
+    QString failure;
+    try {
+        QCoro::Task<bool> creating = NotesBridge::createNote(context, Migrator::rootFolderName, placement.subfolder,
+            note.title, ready.bodyPath, ready.prepared->attachments);
+        created = co_await creating;
+    } catch (const std::exception &error) {
+        failure = errorDescription(error);
+    }
+    QFile::remove(ready.bodyPath); // a failed removal is ignored
+    if (created)
+        countCreated(report, note, *created, key, placement.misfiled, ready.prepared->attachments.size());
+    else
+        report.notesFailed.append({ note.title, failure });
 }
 
 } // namespace
@@ -137,82 +297,43 @@ QCoro::Task<> Migrator::migrate(VaultAnalysis analysis, QUrl vault)
     setProgress(0);
 
     Report report;
-    const auto finish = [&] {
-        report.stopped = stop.isRequested();
+    // Publishes the report. A run that ends before it has begun (its root folder not made) leaves the
+    // progress and the current note alone.
+    const auto end = [&](bool begun) {
         m_stop = nullptr;
-        setProgress(1.0);
-        setCurrentNote(QString());
+        if (begun) {
+            report.stopped = stop.isRequested();
+            setProgress(1.0);
+            setCurrentNote(QString());
+        }
         setRunning(false);
         setReport(std::move(report));
     };
 
     // One private folder holds this run's scripts and note bodies, and goes with the run.
     std::optional<ScriptRunner::RunFolder> folder;
-    try {
-        folder.emplace();
-    } catch (const std::exception &error) {
-        report.notesFailed.append({ QCoreApplication::translate("Velloran", "(setup)"), errorDescription(error) });
-        m_stop = nullptr;
-        setRunning(false);
-        setReport(std::move(report));
+    if (!makeRunFolder(folder, report)) {
+        end(false);
         co_return;
     }
     const ScriptRunner::Context context { &*folder, &stop };
 
-    // The root folder: without it nothing else can be created.
-    try {
-        QCoro::Task<> ensuring = NotesBridge::ensureFolder(context, rootFolderName);
-        co_await ensuring;
-    } catch (const RunStopped &stopped) {
-        if (!self)
-            co_return;
-        // Notes did not answer the first script (an Automation prompt left open, say): nothing was made.
-        report.notesFailed.append({ QCoreApplication::translate("Velloran", "(setup)"), stopped.errorDescription() });
-        finish();
-        co_return;
-    } catch (const std::exception &error) {
-        if (!self)
-            co_return;
-        report.notesFailed.append({ QCoreApplication::translate("Velloran", "(setup)"), errorDescription(error) });
-        m_stop = nullptr;
-        setRunning(false);
-        setReport(std::move(report));
-        co_return;
-    }
+    QCoro::Task<RootFolder> ensuringRoot = ensureRootFolder(context, report);
+    const RootFolder root = co_await ensuringRoot;
     if (!self)
         co_return;
+    if (root != RootFolder::ensured) {
+        // A root folder that Notes did not answer ends the run as a stop does.
+        end(root == RootFolder::stopped);
+        co_return;
+    }
 
     // Files and folders the scan could not read are not lost without a word: each is a failure.
     for (const auto &[path, reason] : std::as_const(analysis.unreadable))
         report.notesFailed.append({ path, reason });
 
-    // The subfolders, one level deep. A deeper path is flattened into one name.
-    QHash<QString, QString> subfolders;
-    for (const QString &path : sortedFolders(analysis.folders)) {
-        if (stop.isRequested())
-            break;
-        const QStringList components = path.split(u'/');
-        const QString name = components.join(subfolderJoiner);
-        if (components.size() >= 2)
-            report.foldersFlattened.append(path);
-        try {
-            QCoro::Task<> ensuring = NotesBridge::ensureSubfolder(context, rootFolderName, name);
-            co_await ensuring;
-            subfolders.insert(path, name);
-        } catch (const RunStopped &) {
-            break;
-        } catch (const std::exception &error) {
-            report.notesFailed.append(
-                { QCoreApplication::translate("Velloran", "(folder %1)").arg(path), errorDescription(error) });
-        }
-        if (!self)
-            co_return;
-    }
-
-    // The walk for the image index reads the whole folder tree: off this thread.
-    const QString canonicalVault = VaultScanner::canonicalVaultPath(vault);
-    QFuture<VaultScanner::ImageIndex> indexing = QtConcurrent::run(VaultScanner::imageIndex, vault);
-    const VaultScanner::ImageIndex images = co_await indexing;
+    QCoro::Task<QHash<QString, QString>> ensuring = ensureSubfolders(context, analysis.folders, report, self);
+    const QHash<QString, QString> subfolders = co_await ensuring;
     if (!self)
         co_return;
 
@@ -222,75 +343,10 @@ QCoro::Task<> Migrator::migrate(VaultAnalysis analysis, QUrl vault)
         const VaultAnalysis::Note &note = analysis.notes.at(i);
         setCurrentNote(note.title);
         setProgress(double(i) / double(total));
-
-        const QString filePath = note.fileURL.toLocalFile();
-        std::optional<QString> text = Files::readUtf8(filePath);
-        if (!text) {
-            report.notesFailed.append(
-                { note.title, QCoreApplication::translate("Velloran", "Couldn't read the file") });
-            continue;
-        }
-        if (note.frontmatterStripped)
-            text = VaultScanner::stripFrontmatter(*text).first;
-        const MarkdownLite::Output output = MarkdownLite::convert(*text);
-
-        QStringList attachments;
-        const QString noteFolder = QFileInfo(filePath).path();
-        for (const QString &ref : output.images) {
-            VaultScanner::ImageResolution image = VaultScanner::resolveImage(ref, noteFolder, canonicalVault, images);
-            if (image.file)
-                attachments.append(*std::move(image.file));
-            else
-                report.imagesMissing.append(VaultScanner::missingImageEntry(note.title, ref, image.reason));
-        }
-
-        QString bodyPath;
-        try {
-            bodyPath = writeBodyFile(*folder, output.html);
-        } catch (const std::exception &error) {
-            report.notesFailed.append({ note.title, errorDescription(error) });
-            continue;
-        }
-
-        const QString key = note.relativeFolder.join(u'/');
-        std::optional<QString> subfolder;
-        bool misfiled = false;
-        if (!key.isEmpty()) {
-            if (const auto found = subfolders.constFind(key); found != subfolders.cend())
-                subfolder = *found;
-            else
-                misfiled = true;
-        }
-
-        // One note at a time; the interface stays free while Notes works.
-        std::optional<bool> created;
-        QString failure;
-        try {
-            QCoro::Task<bool> creating
-                = NotesBridge::createNote(context, rootFolderName, subfolder, note.title, bodyPath, attachments);
-            created = co_await creating;
-        } catch (const std::exception &error) {
-            failure = errorDescription(error);
-        }
+        QCoro::Task<> migrating = migrateNote(context, note, vault, subfolders, report);
+        co_await migrating;
         if (!self)
             co_return;
-        QFile::remove(bodyPath); // a failed removal is ignored
-
-        if (!created) {
-            report.notesFailed.append({ note.title, failure });
-        } else if (*created) {
-            addChecked(report.imagesAttached, attachments.size());
-            addChecked(report.wikilinksDegraded, note.wikilinks.size());
-            // A misfiled note is counted only as misfiled, never also as created.
-            if (misfiled)
-                report.notesMisfiled.append({ note.title, key });
-            else
-                addChecked(report.notesCreated);
-        } else {
-            // It already existed: nothing else about it is counted.
-            addChecked(report.notesSkipped);
-        }
     }
-
-    finish();
+    end(true);
 }

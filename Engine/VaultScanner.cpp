@@ -134,24 +134,39 @@ template<typename Visit, typename Failed> bool walkVault(const QString &vaultPat
     return true;
 }
 
-bool isImageName(const QString &fileName)
+/// What the walk of a vault collects: its Markdown files in walk order, and its image files by name.
+struct VaultFiles
 {
-    return imageExtensions().contains(lastExtension(fileName).toString().toLower());
+    QStringList markdownFiles;
+    ImageIndex images;
+};
+
+/// Walks the vault once and collects its Markdown and image files. Calls `failed(path, reason)` for every
+/// folder below the vault that cannot be listed. Nothing when the vault itself cannot be listed.
+template<typename Failed> std::optional<VaultFiles> collectFiles(const QString &vaultPath, Failed failed)
+{
+    VaultFiles files;
+    const bool walked = walkVault(
+        vaultPath,
+        [&](const WalkItem &item) {
+            const QString extension = lastExtension(item.name).toString().toLower();
+            if (extension == u"md" || extension == u"markdown")
+                files.markdownFiles.append(item.path); // not tested for a regular file here: the read says why not
+            else if (imageExtensions().contains(extension))
+                files.images.insert(item.name.toLower(), item.path);
+        },
+        failed);
+    if (!walked)
+        return std::nullopt;
+    return files;
 }
 
 } // namespace
 
 ImageIndex imageIndex(const QUrl &vault)
 {
-    ImageIndex index;
-    walkVault(
-        vault.toLocalFile(),
-        [&](const WalkItem &item) {
-            if (isImageName(item.name))
-                index.insert(item.name.toLower(), item.path);
-        },
-        [](const QString &, const QString &) {});
-    return index;
+    std::optional<VaultFiles> files = collectFiles(vault.toLocalFile(), [](const QString &, const QString &) {});
+    return files ? std::move(files->images) : ImageIndex();
 }
 
 QString canonicalVaultPath(const QUrl &vault)
@@ -184,6 +199,10 @@ ImageResolution attachable(const QString &path, const QString &canonicalVault)
 {
     const QFileInfo info(path);
     const QString canonical = info.canonicalFilePath();
+    // An index entry outlives its walk: a file removed since is simply not there. A link that leads
+    // nowhere was there for the walk too, and is measured against the vault like any other link.
+    if (canonical.isEmpty() && !info.isSymLink())
+        return {};
     if (!isInsideVault(canonical, canonicalVault))
         return { std::nullopt, QCoreApplication::translate("Velloran", "outside the folder") };
     const QFileInfo target(canonical);
@@ -220,6 +239,41 @@ QString missingImageEntry(const QString &title, const QString &ref, const QStrin
     if (!reason.isEmpty())
         entry += u" ("_s + reason + u')';
     return entry;
+}
+
+namespace {
+
+/// Renders a note's text (frontmatter removed) and resolves, in order, every image the rendering meets:
+/// what the migration creates, and what the analysis counts.
+PreparedNote render(const QString &body, const QString &title, const QString &noteFolder, const QString &canonicalVault,
+    const ImageIndex &images)
+{
+    MarkdownLite::Output output = MarkdownLite::convert(body);
+    PreparedNote prepared;
+    prepared.html = std::move(output.html);
+    for (const QString &ref : std::as_const(output.images)) {
+        ImageResolution image = resolveImage(ref, noteFolder, canonicalVault, images);
+        if (image.file)
+            prepared.attachments.append(*std::move(image.file));
+        else
+            prepared.imagesMissing.append(missingImageEntry(title, ref, image.reason));
+    }
+    return prepared;
+}
+
+} // namespace
+
+std::optional<PreparedNote> prepare(const VaultAnalysis::Note &note, const QUrl &vault)
+{
+    const QString path = note.fileURL.toLocalFile();
+    std::optional<QString> text = Files::readUtf8(path);
+    if (!text)
+        return std::nullopt;
+    if (note.frontmatterStripped)
+        text = stripFrontmatter(*text).first;
+    static const ImageIndex noImages;
+    return render(*text, note.title, QFileInfo(path).path(), canonicalVaultPath(vault),
+        note.vaultImages ? *note.vaultImages : noImages);
 }
 
 qint64 unreadableFileCount(const VaultAnalysis &analysis)
@@ -335,88 +389,83 @@ QString relativeTo(const QString &vaultPath, const QString &path)
     return QDir(vaultPath).relativeFilePath(path);
 }
 
-} // namespace
-
-VaultAnalysis scan(const QUrl &vault)
+/// What every file of one scan is read against.
+struct ScanContext
 {
-    VaultAnalysis analysis;
-    const QString vaultPath = vault.toLocalFile();
-    const QString canonicalVault = canonicalVaultPath(vault);
-    QStringList markdownFiles;
-    ImageIndex images;
-    const bool walked = walkVault(
-        vaultPath,
-        [&](const WalkItem &item) {
-            const QString extension = lastExtension(item.name).toString().toLower();
-            if (extension == u"md" || extension == u"markdown")
-                markdownFiles.append(item.path); // not tested for a regular file here: the read says why not
-            else if (imageExtensions().contains(extension))
-                images.insert(item.name.toLower(), item.path);
-        },
-        [&](const QString &path, const QString &reason) {
-            analysis.unreadable.append({ relativeTo(vaultPath, path) + u'/', reason });
-        });
-    if (!walked)
-        return analysis;
+    QUrl vault;
+    QString vaultPath;
+    QString canonicalVault;
+    std::shared_ptr<const ImageIndex> images;
+};
 
-    // Each file is read and analysed on its own, on every core; the results come back in walk order.
-    struct Scanned
-    {
-        std::optional<VaultAnalysis::Note> note;
-        QString relativePath;
-        /// Why the file could not be read, when it could not.
-        QString failure;
-        qint64 resolved = 0;
-        qint64 missing = 0;
-    };
-    const auto scanFile = [&](const QString &path) {
-        Scanned scanned;
-        scanned.relativePath = relativeTo(vaultPath, path);
-        // A link may lead anywhere: only what lies inside the vault is read.
-        const QFileInfo info(path);
-        if (info.isSymLink() && info.exists() && !isInsideVault(info.canonicalFilePath(), canonicalVault)) {
-            scanned.failure = info.isFile() ? QCoreApplication::translate("Velloran", "outside the folder")
-                                            : QCoreApplication::translate("Velloran", "not a regular file");
-            return scanned;
-        }
-        Files::TextRead read = Files::readText(path);
-        if (!read.ok()) {
-            scanned.failure = read.failure;
-            return scanned;
-        }
+/// One Markdown file after the scan read it: its note, or why it could not be read.
+struct ScannedFile
+{
+    std::optional<VaultAnalysis::Note> note;
+    QString relativePath;
+    /// Why the file could not be read, when it could not.
+    QString failure;
+    qint64 resolved = 0;
+    qint64 missing = 0;
+};
 
-        VaultAnalysis::Note note;
-        note.fileURL = QUrl::fromLocalFile(path);
-        note.relativeFolder = relativeFolders(note.fileURL, vault);
-        note.title = withoutLastExtension(info.fileName());
-        note.id = QUuid::createUuid();
-        const auto [body, stripped] = stripFrontmatter(read.text);
-        note.frontmatterStripped = stripped;
-        for (const Regex::Match &match : MarkdownPatterns::wikiEmbeds(body))
-            note.imageRefs.append(match.group(body, 1).toString());
-        for (const Regex::Match &match : MarkdownPatterns::markdownImages(body))
-            note.imageRefs.append(match.group(body, 1).toString());
-        for (const Regex::Match &match : MarkdownPatterns::wikiLinkTargets(body))
-            note.wikilinks.append(match.group(body, 1).toString());
-        note.hasTables = body.startsWith(u'|') || body.contains(u"\n|");
-        note.hasTasks = MarkdownPatterns::hasTaskItem(body);
-        // Counted from what the renderer collects, so that the analysis and the migration report always
-        // agree about every image (an image written inside code, say, is attached by neither).
-        for (const QString &ref : MarkdownLite::convert(body).images) {
-            if (resolveImage(ref, info.path(), canonicalVault, images).file)
-                addChecked(scanned.resolved);
-            else
-                addChecked(scanned.missing);
-        }
-        scanned.note = std::move(note);
+/// Fills in the note of a file read as `text`, and counts its images.
+void analyse(ScannedFile &scanned, const QString &path, const QString &text, const ScanContext &context)
+{
+    const QFileInfo info(path);
+    VaultAnalysis::Note note;
+    note.fileURL = QUrl::fromLocalFile(path);
+    note.relativeFolder = relativeFolders(note.fileURL, context.vault);
+    note.title = withoutLastExtension(info.fileName());
+    note.id = QUuid::createUuid();
+    note.vaultImages = context.images;
+    const auto [body, stripped] = stripFrontmatter(text);
+    note.frontmatterStripped = stripped;
+    for (const Regex::Match &match : MarkdownPatterns::wikiEmbeds(body))
+        note.imageRefs.append(match.group(body, 1).toString());
+    for (const Regex::Match &match : MarkdownPatterns::markdownImages(body))
+        note.imageRefs.append(match.group(body, 1).toString());
+    for (const Regex::Match &match : MarkdownPatterns::wikiLinkTargets(body))
+        note.wikilinks.append(match.group(body, 1).toString());
+    note.hasTables = body.startsWith(u'|') || body.contains(u"\n|");
+    note.hasTasks = MarkdownPatterns::hasTaskItem(body);
+    // Counted from the note as the migration prepares it, so that the analysis and the migration report
+    // always agree about every image (an image written inside code, say, is attached by neither).
+    const PreparedNote prepared = render(body, note.title, info.path(), context.canonicalVault, *context.images);
+    scanned.resolved = prepared.attachments.size();
+    scanned.missing = prepared.imagesMissing.size();
+    scanned.note = std::move(note);
+}
+
+/// Reads and analyses one Markdown file of the walk. Safe on any thread.
+ScannedFile scanFile(const QString &path, const ScanContext &context)
+{
+    ScannedFile scanned;
+    scanned.relativePath = relativeTo(context.vaultPath, path);
+    // A link may lead anywhere: only what lies inside the vault is read.
+    const QFileInfo info(path);
+    if (info.isSymLink() && info.exists() && !isInsideVault(info.canonicalFilePath(), context.canonicalVault)) {
+        scanned.failure = info.isFile() ? QCoreApplication::translate("Velloran", "outside the folder")
+                                        : QCoreApplication::translate("Velloran", "not a regular file");
         return scanned;
-    };
-    QList<Scanned> scanned = QtConcurrent::blockingMapped<QList<Scanned>>(markdownFiles, scanFile);
+    }
+    const Files::TextRead read = Files::readText(path);
+    if (!read.ok()) {
+        scanned.failure = read.failure;
+        return scanned;
+    }
+    analyse(scanned, path, read.text, context);
+    return scanned;
+}
 
+/// Adds the scanned files, in walk order, to the analysis: the notes, their folders and image counts, and
+/// the files that could not be read. Gives the vault-relative path of each note added, in order.
+QStringList gather(VaultAnalysis &analysis, QList<ScannedFile> &scanned)
+{
     QStringList relativePaths;
     relativePaths.reserve(scanned.size());
     analysis.notes.reserve(scanned.size());
-    for (Scanned &entry : scanned) {
+    for (ScannedFile &entry : scanned) {
         if (!entry.note) {
             analysis.unreadable.append({ entry.relativePath, entry.failure });
             continue;
@@ -428,6 +477,29 @@ VaultAnalysis scan(const QUrl &vault)
         analysis.notes.append(*std::move(entry.note));
         relativePaths.append(entry.relativePath);
     }
+    return relativePaths;
+}
+
+} // namespace
+
+VaultAnalysis scan(const QUrl &vault)
+{
+    VaultAnalysis analysis;
+    const QString vaultPath = vault.toLocalFile();
+    std::optional<VaultFiles> files = collectFiles(vaultPath, [&](const QString &path, const QString &reason) {
+        analysis.unreadable.append({ relativeTo(vaultPath, path) + u'/', reason });
+    });
+    if (!files)
+        return analysis;
+
+    // The image index is kept with the notes: preparing one for the migration does not walk the vault again.
+    const ScanContext context { vault, vaultPath, canonicalVaultPath(vault),
+        std::make_shared<const ImageIndex>(std::move(files->images)) };
+    // Each file is read and analysed on its own, on every core; the results come back in walk order.
+    QList<ScannedFile> scanned = QtConcurrent::blockingMapped<QList<ScannedFile>>(
+        files->markdownFiles, [&context](const QString &path) { return scanFile(path, context); });
+
+    const QStringList relativePaths = gather(analysis, scanned);
     analysis.titlesRenamed = renameClashingTitles(analysis.notes, relativePaths);
     Text::stableSortLocalized(analysis.notes, [](const VaultAnalysis::Note &note) { return QStringView(note.title); });
     return analysis;

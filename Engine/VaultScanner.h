@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QHash>
 #include <QList>
 #include <QSet>
 #include <QString>
@@ -7,7 +8,17 @@
 #include <QUrl>
 #include <QUuid>
 
+#include <memory>
+#include <optional>
 #include <utility>
+
+namespace VaultScanner {
+
+/// Image files of a vault by lower-cased file name (with extension) to path; when two share a name, the
+/// one met last in the walk wins.
+using ImageIndex = QHash<QString, QString>;
+
+} // namespace VaultScanner
 
 /// What a scan of a Markdown folder found.
 struct VaultAnalysis
@@ -32,6 +43,12 @@ struct VaultAnalysis
         /// The title was given a " (2)", " (3)", ... because an earlier note (in path order) of the same
         /// Notes folder has the same name.
         bool titleRenamed = false;
+        /// The vault's image files as the scan's walk found them: where an image that is neither beside
+        /// the note nor at the vault root is looked for. Built once per scan and shared by all its notes,
+        /// so that a note can be prepared on its own, from any part of the analysis, without walking the
+        /// vault again. Absent for a note that no scan made: its images are then looked for only beside
+        /// it and at the root.
+        std::shared_ptr<const VaultScanner::ImageIndex> vaultImages;
     };
 
     /// Every readable Markdown file, sorted by title.
@@ -57,6 +74,28 @@ namespace VaultScanner {
 /// in path order get " (2)", " (3)", ... Synchronous, and long on a large vault: call it off the
 /// interface thread.
 VaultAnalysis scan(const QUrl &vault);
+
+/// One note made ready for Notes: what the migration creates from it.
+struct PreparedNote
+{
+    /// The note body, as MarkdownLite::convert renders the note's text.
+    QString html;
+    /// The image files to attach (their paths with links resolved), in the order the body names them; a
+    /// file named twice is attached twice.
+    QStringList attachments;
+    /// One entry per image that is not attached, as the report lists it: "title: reference", with the
+    /// reason in parentheses when there is one.
+    QStringList imagesMissing;
+};
+
+/// Makes a note of an analysis ready for Notes, from the file as it is now: reads it (nothing when it can
+/// no longer be read as UTF-8), removes its frontmatter when the scan found some, renders it and
+/// resolves each image the rendering meets. An image is looked for beside the note and at the root of
+/// `vault` (the scanned folder) as they are now, then in the image index of the note's scan: the vault
+/// is not walked again, so an image file added since the scan is found only beside the note or at the
+/// root, and one removed since is missing. Only a readable regular file inside the vault is attached.
+/// Reads only; safe on any thread.
+std::optional<PreparedNote> prepare(const VaultAnalysis::Note &note, const QUrl &vault);
 
 /// Removes a leading YAML frontmatter block: "---" on the first line, a closing "---" at line index 30
 /// or earlier, and only YAML-looking lines between. Returns the text and whether a block was removed.

@@ -42,6 +42,14 @@ QStringList names(const QJsonArray &items)
     return list;
 }
 
+QStringList titles(const VaultAnalysis &analysis)
+{
+    QStringList list;
+    for (const VaultAnalysis::Note &note : analysis.notes)
+        list.append(note.title);
+    return list;
+}
+
 QStringList strings(const QJsonValue &array)
 {
     QStringList list;
@@ -568,6 +576,105 @@ private slots:
         QCOMPARE(report.wikilinksDegraded, 1);
         QCOMPARE(names(root().value(u"notes"_s).toArray()), (QStringList { u"Other"_s, u"Pictured"_s, u"Stray"_s }));
         QCOMPARE(names(root().value(u"folders"_s).toArray()), QStringList { u"Good"_s });
+    }
+
+    // What prepare gives for a note is what the migration creates from it: the body file byte for byte,
+    // the attachments in order, and the images listed as missing with their reasons.
+    void preparedNotesAreWhatTheMigrationCreates()
+    {
+        QTemporaryDir outside;
+        TestUtil::writeFile(outside.path(), u"secret.png"_s, "secret");
+        QVERIFY(QFile::link(outside.path() + u"/secret.png"_s, vault + u"/link.png"_s));
+        write(u"Trips/Beach.md"_s,
+            "---\ntags: [sea]\n---\n# Beach & <sand>\n![[sand.png]]\n![x](https://example.com/a.png) [[Sea]]\n"
+            "| a | b |\n|---|---|\n| 1 | ![[shell.png]] |\n- [ ] pack ![p](../assets/map%20one.png)\n");
+        write(u"Trips/sand.png"_s, "png");
+        write(u"assets/map one.png"_s, "png");
+        write(u"deep/er/Shell.PNG"_s, "png");
+        write(u"Odd.md"_s, "![[link.png]]\n![[gone.png]]\n![y](bad%zz.png)\n![[sand.png]]\n```\n![[sand.png]]\n```\n");
+        write(u"Plain.md"_s, "Just *text* & <tags>\n");
+        // The stand-in keeps a copy of every body file it is given, named after the note.
+        const QString bodies = fixture->path(u"bodies"_s);
+        QVERIFY(QDir().mkpath(bodies));
+        fixture->installScript("case \"$5\" in *.html) cp \"$5\" '" + bodies.toUtf8() + "/'\"$4\".html ;; esac\nexec '"
+            + QByteArray(VELLORAN_FAKE_OSASCRIPT) + "' \"$@\"");
+
+        const VaultAnalysis analysis = scan();
+        QList<VaultScanner::PreparedNote> prepared;
+        for (const VaultAnalysis::Note &note : analysis.notes) {
+            const std::optional<VaultScanner::PreparedNote> one
+                = VaultScanner::prepare(note, QUrl::fromLocalFile(vault));
+            QVERIFY(one);
+            prepared.append(*one);
+        }
+        Migrator migrator;
+        const Migrator::Report report = migrate(migrator, analysis);
+
+        const QList<QStringList> created = argumentsOf(*fixture, u"create-note"_s);
+        QCOMPARE(created.size(), 3);
+        QStringList missing;
+        qint64 attached = 0;
+        for (qsizetype i = 0; i < created.size(); ++i) {
+            const QString title = analysis.notes.at(i).title;
+            QCOMPARE(created.at(i).at(2), title);
+            QCOMPARE(created.at(i).mid(4), prepared.at(i).attachments);
+            QFile body(bodies + u'/' + title + u".html"_s);
+            QVERIFY(body.open(QIODevice::ReadOnly));
+            QCOMPARE(body.readAll(), prepared.at(i).html.toUtf8());
+            missing += prepared.at(i).imagesMissing;
+            attached += prepared.at(i).attachments.size();
+        }
+        QCOMPARE(report.imagesMissing, missing);
+        QCOMPARE(report.imagesAttached, attached);
+        QCOMPARE(analysis.attachmentsResolved, attached);
+        QCOMPARE(analysis.attachmentsMissing, missing.size());
+
+        // What was compared: the notes in title order, each with what it attaches and misses.
+        QCOMPARE(titles(analysis), (QStringList { u"Beach"_s, u"Odd"_s, u"Plain"_s }));
+        QCOMPARE(prepared.at(0).attachments,
+            (QStringList {
+                vault + u"/Trips/sand.png"_s, vault + u"/deep/er/Shell.PNG"_s, vault + u"/assets/map one.png"_s }));
+        QCOMPARE(prepared.at(1).attachments, QStringList { vault + u"/Trips/sand.png"_s });
+        QCOMPARE(missing,
+            (QStringList { u"Beach: https://example.com/a.png"_s, u"Odd: link.png (outside the folder)"_s,
+                u"Odd: gone.png"_s, u"Odd: bad%zz.png"_s }));
+        QCOMPARE(prepared.at(2).html, MarkdownLite::convert(u"Just *text* & <tags>\n"_s).html);
+    }
+
+    // The migration does not walk the vault again: images are looked for in the scan's index, and beside
+    // the note and at the root as they are when the note is migrated. Each note is read then too.
+    void theVaultIsNotWalkedAgain()
+    {
+        write(u"Notes/Trip.md"_s, "![[map.png]]\n![[late.png]]\n![[beside.png]]\n![[top.png]]\n");
+        write(u"Notes/Edited.md"_s, "before\n");
+        write(u"pics/map.png"_s, "png");
+        const VaultAnalysis analysis = scan();
+        QCOMPARE(analysis.attachmentsResolved, 1);
+        QCOMPARE(analysis.attachmentsMissing, 3);
+
+        // After the scan, the indexed image is removed and one is added where only a walk could find it;
+        // two are added beside the note and at the root; a note is edited and one is added.
+        QVERIFY(QFile::remove(vault + u"/pics/map.png"_s));
+        write(u"pics/late.png"_s, "png");
+        write(u"Notes/beside.png"_s, "png");
+        write(u"top.png"_s, "png");
+        write(u"Notes/Edited.md"_s, "after\n");
+        write(u"Notes/Added.md"_s, "added\n");
+        Migrator migrator;
+        const Migrator::Report report = migrate(migrator, analysis);
+
+        QCOMPARE(report.notesCreated, 2);
+        QCOMPARE(report.imagesMissing, (QStringList { u"Trip: map.png"_s, u"Trip: late.png"_s }));
+        QCOMPARE(report.imagesAttached, 2);
+        const QList<QStringList> created = argumentsOf(*fixture, u"create-note"_s);
+        QCOMPARE(created.size(), 2);
+        QCOMPARE(created.at(1).mid(2, 1), QStringList { u"Trip"_s });
+        QCOMPARE(created.at(1).mid(4), (QStringList { vault + u"/Notes/beside.png"_s, vault + u"/top.png"_s }));
+        const QJsonArray notes
+            = childNamed(root().value(u"folders"_s).toArray(), u"Notes"_s).value(u"notes"_s).toArray();
+        QCOMPARE(names(notes), (QStringList { u"Edited"_s, u"Trip"_s }));
+        QCOMPARE(notes.at(0).toObject().value(u"body"_s).toString(),
+            keptBody(u"Edited"_s, u"<div>after</div>\n<div><br></div>"_s));
     }
 
     void folderMissingFromTheAnalysisMisfiles()

@@ -3,6 +3,7 @@
 
 #include "TestUtil.h"
 
+#include "MarkdownLite.h"
 #include "VaultScanner.h"
 #include "VaultScanner_p.h"
 
@@ -699,6 +700,106 @@ private slots:
         const auto before = TestUtil::hashTree(vault());
         scanVault();
         QCOMPARE(TestUtil::hashTree(vault()), before);
+    }
+
+    // A prepared note is the note's text as it is now, rendered, with its images resolved; the analysis
+    // counts the same images.
+    void prepareRendersTheFileAndResolvesItsImages()
+    {
+        writeFile(vault(), u"Trips/Beach.md"_s,
+            "---\ntags: [sea]\n---\n# Beach\n![[sand.png]]\n![x](https://example.com/a.png) [[Sea]]\n"
+            "![s](../assets/map%20one.png)\n![[Shell.PNG]]\n![[folder.png]]\n![[sand.png]]\n");
+        writeFile(vault(), u"Trips/sand.png"_s, "png");
+        writeFile(vault(), u"assets/map one.png"_s, "png");
+        writeFile(vault(), u"deep/shell.png"_s, "png");
+        makeDir(vault(), u"folder.png"_s);
+        const VaultAnalysis analysis = scanVault();
+        QCOMPARE(analysis.notes.size(), 1);
+        const std::optional<VaultScanner::PreparedNote> prepared
+            = VaultScanner::prepare(analysis.notes.first(), QUrl::fromLocalFile(vault()));
+        QVERIFY(prepared);
+        QCOMPARE(prepared->html,
+            MarkdownLite::convert(u"# Beach\n![[sand.png]]\n![x](https://example.com/a.png) [[Sea]]\n"
+                                  "![s](../assets/map%20one.png)\n![[Shell.PNG]]\n![[folder.png]]\n![[sand.png]]\n"_s)
+                .html);
+        QCOMPARE(prepared->attachments,
+            (QStringList { vault() + u"/Trips/sand.png"_s, vault() + u"/assets/map one.png"_s,
+                vault() + u"/deep/shell.png"_s, vault() + u"/Trips/sand.png"_s }));
+        QCOMPARE(prepared->imagesMissing,
+            (QStringList { u"Beach: https://example.com/a.png"_s, u"Beach: folder.png (not a regular file)"_s }));
+        QCOMPARE(analysis.attachmentsResolved, 4);
+        QCOMPARE(analysis.attachmentsMissing, 2);
+    }
+
+    // The file is read when the note is prepared: an edit since the scan shows, a file gone gives nothing.
+    // Its frontmatter is removed only when the scan found some.
+    void prepareReadsTheFileAsItIsNow()
+    {
+        writeFile(vault(), u"Edited.md"_s, "---\na: 1\n---\nbefore\n");
+        writeFile(vault(), u"Gone.md"_s, "soon gone\n");
+        writeFile(vault(), u"Plain.md"_s, "plain\n");
+        const VaultAnalysis analysis = scanVault();
+        QCOMPARE(titles(analysis), (QStringList { u"Edited"_s, u"Gone"_s, u"Plain"_s }));
+        writeFile(vault(), u"Edited.md"_s, "---\nb: 2\n---\nafter\n");
+        QVERIFY(QFile::remove(vault() + u"/Gone.md"_s));
+        writeFile(vault(), u"Plain.md"_s, "---\nc: 3\n---\nnow with a block\n");
+        const QUrl url = QUrl::fromLocalFile(vault());
+        QCOMPARE(VaultScanner::prepare(analysis.notes[0], url).value().html, MarkdownLite::convert(u"after\n"_s).html);
+        QVERIFY(!VaultScanner::prepare(analysis.notes[1], url));
+        QCOMPARE(VaultScanner::prepare(analysis.notes[2], url).value().html,
+            MarkdownLite::convert(u"---\nc: 3\n---\nnow with a block\n"_s).html);
+    }
+
+    // The vault is not walked again: the index of the scan finds images, beside the note and at the root
+    // the folder is looked at as it is now.
+    void prepareUsesTheIndexOfTheScan()
+    {
+        writeFile(vault(), u"Notes/n.md"_s,
+            "![[kept.png]]\n![[removed.png]]\n![[late.png]]\n![[beside.png]]\n![[top.png]]\n");
+        writeFile(vault(), u"pics/kept.png"_s, "png");
+        writeFile(vault(), u"pics/removed.png"_s, "png");
+        const VaultAnalysis analysis = scanVault();
+        QCOMPARE(analysis.attachmentsResolved, 2);
+        QCOMPARE(analysis.attachmentsMissing, 3);
+        QVERIFY(QFile::remove(vault() + u"/pics/removed.png"_s));
+        writeFile(vault(), u"pics/late.png"_s, "png");
+        writeFile(vault(), u"Notes/beside.png"_s, "png");
+        writeFile(vault(), u"top.png"_s, "png");
+        const std::optional<VaultScanner::PreparedNote> prepared
+            = VaultScanner::prepare(analysis.notes.first(), QUrl::fromLocalFile(vault()));
+        QVERIFY(prepared);
+        QCOMPARE(prepared->attachments,
+            (QStringList { vault() + u"/pics/kept.png"_s, vault() + u"/Notes/beside.png"_s, vault() + u"/top.png"_s }));
+        QCOMPARE(prepared->imagesMissing, (QStringList { u"n: removed.png"_s, u"n: late.png"_s }));
+    }
+
+    // Every note carries the index of its scan, so a note taken into another analysis still finds its
+    // images; a note that no scan made finds them only beside it and at the root.
+    void notesCarryTheIndexOfTheirScan()
+    {
+        writeFile(vault(), u"a.md"_s, "![[deep.png]]\n![[top.png]]\n");
+        writeFile(vault(), u"b.md"_s, "x");
+        writeFile(vault(), u"x/y/deep.png"_s, "png");
+        writeFile(vault(), u"top.png"_s, "png");
+        const VaultAnalysis analysis = scanVault();
+        QCOMPARE(analysis.notes.size(), 2);
+        // One index, shared by the notes of the scan, and the same as a walk of the vault gives.
+        QVERIFY(analysis.notes[0].vaultImages);
+        QVERIFY(analysis.notes[0].vaultImages == analysis.notes[1].vaultImages);
+        QVERIFY(*analysis.notes[0].vaultImages == VaultScanner::imageIndex(QUrl::fromLocalFile(vault())));
+
+        VaultAnalysis part;
+        part.notes = analysis.notes.mid(0, 1);
+        const QUrl url = QUrl::fromLocalFile(vault());
+        QCOMPARE(VaultScanner::prepare(part.notes.first(), url).value().attachments,
+            (QStringList { vault() + u"/x/y/deep.png"_s, vault() + u"/top.png"_s }));
+
+        VaultAnalysis::Note byHand;
+        byHand.fileURL = analysis.notes[0].fileURL;
+        byHand.title = u"a"_s;
+        const std::optional<VaultScanner::PreparedNote> prepared = VaultScanner::prepare(byHand, url);
+        QCOMPARE(prepared.value().attachments, QStringList { vault() + u"/top.png"_s });
+        QCOMPARE(prepared.value().imagesMissing, QStringList { u"a: deep.png"_s });
     }
 
     // The example vault that the README's run command analyses.

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QHash>
+#include "VaultScanner.h"
+
 #include <QString>
 #include <QStringList>
 #include <QUrl>
@@ -15,10 +16,6 @@ QStringList relativeFolders(const QUrl &file, const QUrl &vault);
 
 /// The text of capture group 1 of each match of `pattern` (ICU dialect) in `text`.
 QStringList matches(const QString &text, const QString &pattern);
-
-/// Image files of a vault by lower-cased file name (with extension) to path; when two share a name, the
-/// one met last in the walk wins.
-using ImageIndex = QHash<QString, QString>;
 
 /// Indexes every image file (by the nine extensions) below `vault`, skipping hidden files and folders.
 /// Empty when the folder cannot be walked.
@@ -39,7 +36,8 @@ struct ImageResolution
 
 /// Resolves an image reference of a note. The first place where something exists decides: the
 /// percent-decoded reference (or the reference itself when it does not decode) beside the note, then at
-/// the vault root, then its last path component, lower-cased, in the image index. Only a readable
+/// the vault root, then its last path component, lower-cased, in the image index (an entry whose file is
+/// gone since the index was made is not there). Only a readable
 /// regular file inside the vault (links and ".." resolved) is attached. Remote references (http://,
 /// https://) never resolve; absolute paths and file: URLs are outside the folder.
 ImageResolution resolveImage(
