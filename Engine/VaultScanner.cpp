@@ -266,14 +266,19 @@ PreparedNote render(const QString &body, const QString &title, const QString &no
 std::optional<PreparedNote> prepare(const VaultAnalysis::Note &note, const QUrl &vault)
 {
     const QString path = note.fileURL.toLocalFile();
+    const QString canonicalVault = canonicalVaultPath(vault);
+    // The file is read again when its note is migrated; if it has since been replaced by a link that leads
+    // out of the vault, it is not read: nothing outside the folder the user chose is ever sent to Notes.
+    if (!isInsideVault(QFileInfo(path).canonicalFilePath(), canonicalVault))
+        return std::nullopt;
     std::optional<QString> text = Files::readUtf8(path);
     if (!text)
         return std::nullopt;
     if (note.frontmatterStripped)
         text = stripFrontmatter(*text).first;
     static const ImageIndex noImages;
-    return render(*text, note.title, QFileInfo(path).path(), canonicalVaultPath(vault),
-        note.vaultImages ? *note.vaultImages : noImages);
+    return render(
+        *text, note.title, QFileInfo(path).path(), canonicalVault, note.vaultImages ? *note.vaultImages : noImages);
 }
 
 qint64 unreadableFileCount(const VaultAnalysis &analysis)

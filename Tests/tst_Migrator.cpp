@@ -677,6 +677,27 @@ private slots:
             keptBody(u"Edited"_s, u"<div>after</div>\n<div><br></div>"_s));
     }
 
+    // A note replaced, after the scan, by a link to a file outside the vault is not read: nothing from
+    // outside the chosen folder reaches Notes, and the note is listed as failed.
+    void noteReplacedByALinkOutsideTheVaultIsNotRead()
+    {
+        QTemporaryDir outside;
+        TestUtil::writeFile(outside.path(), u"private.md"_s, "private text\n");
+        write(u"Swapped.md"_s, "mine\n");
+        write(u"Kept.md"_s, "kept\n");
+        const VaultAnalysis analysis = scan();
+        QVERIFY(QFile::remove(vault + u"/Swapped.md"_s));
+        QVERIFY(QFile::link(outside.path() + u"/private.md"_s, vault + u"/Swapped.md"_s));
+
+        Migrator migrator;
+        const Migrator::Report report = migrate(migrator, analysis);
+
+        QCOMPARE(report.notesCreated, 1);
+        QCOMPARE(
+            report.notesFailed, (QList<std::pair<QString, QString>> { { u"Swapped"_s, u"Couldn't read the file"_s } }));
+        QCOMPARE(names(root().value(u"notes"_s).toArray()), QStringList { u"Kept"_s });
+    }
+
     void folderMissingFromTheAnalysisMisfiles()
     {
         write(u"Known/A.md"_s, "a\n");
