@@ -46,7 +46,7 @@ Item {
             fixture.clearScriptLog()
             migrator = createTemporaryObject(migratorComponent, test)
             exporter = createTemporaryObject(exporterComponent, test)
-            ExportActions.setFavourite(exporter, undefined)
+            exporter.setFavouriteFolder(undefined)
             wizard = createTemporaryObject(wizardComponent, root, { "migrator": migrator, "exporter": exporter })
         }
 
