@@ -26,10 +26,9 @@ constexpr int interruptedStatus = 130;
 class Interrupt
 {
 public:
+    Q_DISABLE_COPY(Interrupt)
     Interrupt();
     ~Interrupt();
-    Interrupt(const Interrupt &) = delete;
-    Interrupt &operator=(const Interrupt &) = delete;
 
     bool requested() const { return m_requested; }
     /// What a Ctrl-C does from now on, besides being remembered.

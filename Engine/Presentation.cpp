@@ -177,19 +177,18 @@ QList<AnalysisRow> rowsOf(const AnalysisSummary &summary)
                          : QCoreApplication::translate("Velloran", "%n titles", nullptr, plural(renamed)),
             QCoreApplication::translate(
                 "Velloran", "get a number, as another note of that name goes to the same Notes folder") });
-    const QString unreadable = QCoreApplication::translate("Velloran", "couldn't be read (listed in the report)");
     const qint64 files = summary.unreadableFiles;
-    if (files > 0)
-        rows.append({ u"exclamationmark.triangle.fill"_s,
-            files == 1 ? QCoreApplication::translate("Velloran", "1 file")
-                       : QCoreApplication::translate("Velloran", "%n files", nullptr, plural(files)),
-            unreadable });
     const qint64 folders = summary.unreadableFolders;
-    if (folders > 0)
-        rows.append({ u"exclamationmark.triangle.fill"_s,
-            folders == 1 ? QCoreApplication::translate("Velloran", "1 folder")
-                         : QCoreApplication::translate("Velloran", "%n folders", nullptr, plural(folders)),
-            unreadable });
+    const QString fileCount = files == 1 ? QCoreApplication::translate("Velloran", "1 file")
+                                         : QCoreApplication::translate("Velloran", "%n files", nullptr, plural(files));
+    const QString folderCount = folders == 1
+        ? QCoreApplication::translate("Velloran", "1 folder")
+        : QCoreApplication::translate("Velloran", "%n folders", nullptr, plural(folders));
+    const QString unreadable = QCoreApplication::translate("Velloran", "couldn't be read (listed in the report)");
+    for (const auto &[n, count] : { std::pair { files, fileCount }, std::pair { folders, folderCount } }) {
+        if (n > 0)
+            rows.append({ u"exclamationmark.triangle.fill"_s, count, unreadable });
+    }
     return rows;
 }
 
