@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QtGlobal>
+
 #include <memory>
 
 /// Keeps the update framework running for the life of the application. On macOS, built with
@@ -7,12 +9,11 @@
 /// scheduled update checks run from launch. Everywhere else it holds nothing.
 class UpdaterController
 {
+    Q_DISABLE_COPY(UpdaterController)
+
 public:
     UpdaterController();
     ~UpdaterController();
-
-    UpdaterController(const UpdaterController &) = delete;
-    UpdaterController &operator=(const UpdaterController &) = delete;
 
 private:
     struct Private;

@@ -4,6 +4,7 @@
 #include "Commands.h"
 
 #include "MarkdownLite.h"
+#include "Presentation.h"
 #include "Text.h"
 #include "VaultScanner.h"
 
@@ -20,16 +21,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QString tr(const char *text)
-{
-    return QCoreApplication::translate("Velloran", text);
-}
-
-QJsonArray toJson(const QStringList &list)
-{
-    return QJsonArray::fromStringList(list);
-}
-
 QByteArray analysisJson(const VaultAnalysis &analysis, const QString &vaultPath)
 {
     const QDir vault(vaultPath);
@@ -37,10 +28,10 @@ QByteArray analysisJson(const VaultAnalysis &analysis, const QString &vaultPath)
     for (const VaultAnalysis::Note &note : analysis.notes) {
         notes.append(QJsonObject {
             { u"path"_s, vault.relativeFilePath(note.fileURL.toLocalFile()) },
-            { u"relativeFolder"_s, toJson(note.relativeFolder) },
+            { u"relativeFolder"_s, QJsonArray::fromStringList(note.relativeFolder) },
             { u"title"_s, note.title },
-            { u"imageRefs"_s, toJson(note.imageRefs) },
-            { u"wikilinks"_s, toJson(note.wikilinks) },
+            { u"imageRefs"_s, QJsonArray::fromStringList(note.imageRefs) },
+            { u"wikilinks"_s, QJsonArray::fromStringList(note.wikilinks) },
             { u"hasTables"_s, note.hasTables },
             { u"hasTasks"_s, note.hasTasks },
             { u"frontmatterStripped"_s, note.frontmatterStripped },
@@ -54,7 +45,7 @@ QByteArray analysisJson(const VaultAnalysis &analysis, const QString &vaultPath)
     folders.sort();
     const QJsonObject root {
         { u"notes"_s, notes },
-        { u"folders"_s, toJson(folders) },
+        { u"folders"_s, QJsonArray::fromStringList(folders) },
         { u"attachmentsResolved"_s, analysis.attachmentsResolved },
         { u"attachmentsMissing"_s, analysis.attachmentsMissing },
         { u"unreadable"_s, unreadable },
@@ -63,52 +54,22 @@ QByteArray analysisJson(const VaultAnalysis &analysis, const QString &vaultPath)
     return QJsonDocument(root).toJson(QJsonDocument::Indented);
 }
 
-/// The figures of the analysis screen, one per line: count text, then what will happen.
+/// The figures of the analysis screen, one row per line: count text, then what will happen.
 QString analysisText(const VaultAnalysis &analysis, const QString &vaultPath)
 {
-    qint64 wikilinks = 0;
-    bool hasTables = false;
-    for (const VaultAnalysis::Note &note : analysis.notes) {
-        wikilinks += note.wikilinks.size();
-        hasTables = hasTables || note.hasTables;
-    }
-    QList<std::pair<QString, QString>> rows {
-        { QString::number(analysis.notes.size()) + u" notes"_s, tr("will be created in Apple Notes") },
-        { QString::number(analysis.folders.size()) + u" folders"_s, tr("recreated inside “Imported by Velloran”") },
-        { QString::number(analysis.attachmentsResolved) + u" images"_s,
-            analysis.attachmentsMissing < 1 ? tr("attached to their notes")
-                                            : tr("attached · ") + QString::number(analysis.attachmentsMissing)
-                    + tr(" missing on disk (listed in the report)") },
-        { QString::number(wikilinks) + u" wikilinks"_s,
-            tr("become styled text references (Notes has no API for note-to-note links)") },
-    };
-    if (hasTables)
-        rows.append({ tr("Tables"), tr("preserved as real Notes tables") });
-    const auto counted = [](qint64 n, const QString &one, const QString &many) { return n == 1 ? one : many.arg(n); };
-    if (analysis.titlesRenamed > 0)
-        rows.append({ counted(analysis.titlesRenamed, tr("1 title"), tr("%1 titles")),
-            tr("get a number, as another note of that name goes to the same Notes folder") });
-    const qint64 unreadableFiles = VaultScanner::unreadableFileCount(analysis);
-    const qint64 unreadableFolders = analysis.unreadable.size() - unreadableFiles;
-    if (unreadableFiles > 0)
-        rows.append(
-            { counted(unreadableFiles, tr("1 file"), tr("%1 files")), tr("couldn't be read (listed in the report)") });
-    if (unreadableFolders > 0)
-        rows.append({ counted(unreadableFolders, tr("1 folder"), tr("%1 folders")),
-            tr("couldn't be read (listed in the report)") });
-
+    const QList<Presentation::AnalysisRow> rows = Presentation::rowsOf(Presentation::summaryOf(analysis));
     qsizetype width = 0;
-    for (const auto &row : std::as_const(rows))
-        width = std::max(width, row.first.size());
-    QString text = QFileInfo(vaultPath).fileName() + u'\n' + tr("Here's what Velloran found:") + u'\n';
-    for (const auto &[count, label] : std::as_const(rows))
-        text += count.leftJustified(width + 2) + label + u'\n';
+    for (const Presentation::AnalysisRow &row : rows)
+        width = std::max(width, row.count.size());
+    QString text = QFileInfo(vaultPath).fileName() + u'\n'
+        + QCoreApplication::translate("Velloran", "Here's what Velloran found:") + u'\n';
+    for (const Presentation::AnalysisRow &row : rows)
+        text += row.count.leftJustified(width + 2) + row.label + u'\n';
     return text;
 }
 
-int analyze(const std::string &pathArgument, bool json)
+int analyze(const QString &path, bool json)
 {
-    const QString path = QString::fromLocal8Bit(pathArgument);
     if (!CliIo::checkFolder(path))
         return 1;
     const QString vaultPath = QFileInfo(path).absoluteFilePath();
@@ -136,7 +97,8 @@ int render(const std::string &fileArgument, bool stripFrontmatter, bool json)
         markdown = VaultScanner::stripFrontmatter(markdown).first;
     const MarkdownLite::Output output = MarkdownLite::convert(markdown);
     if (json) {
-        const QJsonObject root { { u"html"_s, output.html }, { u"images"_s, toJson(output.images) } };
+        const QJsonObject root { { u"html"_s, output.html },
+            { u"images"_s, QJsonArray::fromStringList(output.images) } };
         CliIo::out(QJsonDocument(root).toJson(QJsonDocument::Indented));
     } else {
         CliIo::out(output.html);
@@ -148,19 +110,13 @@ int render(const std::string &fileArgument, bool stripFrontmatter, bool json)
 
 void addMigrationCommands(CLI::App &app, int &exitCode)
 {
-    auto *analyzeCommand = app.add_subcommand("analyze",
-        CliIo::helpText(QT_TRANSLATE_NOOP("Velloran",
+    addFolderCommand(app, "analyze",
+        QT_TRANSLATE_NOOP("Velloran",
             "Scan a folder of Markdown files and show what a migration "
-            "to Apple Notes would do with it.")));
-    auto analyzePath = std::make_shared<std::string>();
-    auto analyzeJson = std::make_shared<bool>(false);
-    analyzeCommand
-        ->add_option("PATH", *analyzePath, CliIo::helpText(QT_TRANSLATE_NOOP("Velloran", "The folder (vault) to scan")))
-        ->required();
-    analyzeCommand->add_flag("--json", *analyzeJson,
-        CliIo::helpText(
-            QT_TRANSLATE_NOOP("Velloran", "Print the whole analysis as JSON (a failure as {\"error\": MESSAGE})")));
-    analyzeCommand->callback([=, &exitCode] { exitCode = analyze(*analyzePath, *analyzeJson); });
+            "to Apple Notes would do with it."),
+        QT_TRANSLATE_NOOP("Velloran", "The folder (vault) to scan"),
+        QT_TRANSLATE_NOOP("Velloran", "Print the whole analysis as JSON (a failure as {\"error\": MESSAGE})"), exitCode,
+        analyze);
 
     auto *renderCommand = app.add_subcommand(
         "render", CliIo::helpText(QT_TRANSLATE_NOOP("Velloran", "Render Markdown as an Apple Notes body (HTML).")));

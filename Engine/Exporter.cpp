@@ -325,75 +325,27 @@ void Exporter::setFavourite(const std::optional<QUrl> &folder)
     emit favouriteFolderChanged();
 }
 
-QVariant Exporter::favouriteFolderForView() const
+void Exporter::setFavouriteFolder(const QVariant &folder)
 {
-    if (const std::optional<QUrl> folder = favouriteFolder())
-        return *folder;
-    return {};
+    const QUrl url = folder.toUrl();
+    setFavourite(url.isEmpty() ? std::nullopt : std::optional<QUrl>(url));
 }
 
-QVariant Exporter::errorMessageForView() const
+QVariant Exporter::favouriteFolderValue() const
 {
-    if (m_errorMessage)
-        return *m_errorMessage;
-    return {};
+    const std::optional<QUrl> folder = favouriteFolder();
+    return folder ? QVariant(*folder) : QVariant();
 }
 
-QVariant Exporter::resultForView() const
+QVariant Exporter::errorMessageValue() const
 {
-    if (!m_result)
-        return {};
-    QVariantList failed;
-    for (const auto &[name, reason] : m_result->failed)
-        failed.append(QVariant(QVariantList { name, reason }));
-    QStringList folders = m_result->folders.values();
-    folders.sort();
-    return QVariantMap {
-        { u"written"_s, m_result->written },
-        { u"failed"_s, failed },
-        { u"folders"_s, folders },
-        { u"stopped"_s, m_result->stopped },
-    };
+    const std::optional<QString> &message = m_errorMessage;
+    return message ? QVariant(*message) : QVariant();
 }
 
-void Exporter::setProgress(double progress)
+QVariant Exporter::resultValue() const
 {
-    if (m_progress == progress)
-        return;
-    m_progress = progress;
-    emit progressChanged();
-}
-
-void Exporter::setCurrentNote(const QString &note)
-{
-    if (m_currentNote == note)
-        return;
-    m_currentNote = note;
-    emit currentNoteChanged();
-}
-
-void Exporter::setRunning(bool running)
-{
-    if (m_isRunning == running)
-        return;
-    m_isRunning = running;
-    emit isRunningChanged();
-}
-
-void Exporter::setAvailableFolders(const QStringList &folders)
-{
-    if (m_availableFolders == folders)
-        return;
-    m_availableFolders = folders;
-    emit availableFoldersChanged();
-}
-
-void Exporter::setLoadingFolders(bool loading)
-{
-    if (m_isLoadingFolders == loading)
-        return;
-    m_isLoadingFolders = loading;
-    emit isLoadingFoldersChanged();
+    return m_result ? QVariant::fromValue(*m_result) : QVariant();
 }
 
 void Exporter::setResult(std::optional<NotesExporter::Result> result)
@@ -403,14 +355,6 @@ void Exporter::setResult(std::optional<NotesExporter::Result> result)
     m_result = std::move(result);
     if (had || m_result)
         emit resultChanged();
-}
-
-void Exporter::setErrorMessage(std::optional<QString> message)
-{
-    if (m_errorMessage == message)
-        return;
-    m_errorMessage = std::move(message);
-    emit errorMessageChanged();
 }
 
 QCoro::Task<> Exporter::loadFolders()
@@ -435,6 +379,16 @@ QCoro::Task<> Exporter::loadFolders()
         setErrorMessage(*error);
     setAvailableFolders(withoutRepeats(m_folderLabels));
     setLoadingFolders(false);
+}
+
+QCoro::QmlTask Exporter::loadFolderList()
+{
+    return loadFolders();
+}
+
+QCoro::QmlTask Exporter::exportFolders(const QStringList &selectedFolders, const QUrl &to)
+{
+    return exportNotes(selectedFolders, to);
 }
 
 QCoro::Task<> Exporter::exportNotes(QStringList selectedFolders, QUrl to)

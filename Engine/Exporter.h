@@ -5,11 +5,13 @@
 
 #include <QObject>
 #include <QPointer>
+#include <QProperty>
 #include <QString>
 #include <QStringList>
 #include <QUrl>
 #include <QVariant>
 
+#include <QCoro/QCoroQmlTask>
 #include <QCoro/QCoroTask>
 
 #include <atomic>
@@ -26,17 +28,19 @@
 class Exporter : public QObject
 {
     Q_OBJECT
-    Q_PROPERTY(double progress READ progress NOTIFY progressChanged)
-    Q_PROPERTY(QString currentNote READ currentNote NOTIFY currentNoteChanged)
-    Q_PROPERTY(bool isRunning READ isRunning NOTIFY isRunningChanged)
-    Q_PROPERTY(QStringList availableFolders READ availableFolders NOTIFY availableFoldersChanged)
-    Q_PROPERTY(bool isLoadingFolders READ isLoadingFolders NOTIFY isLoadingFoldersChanged)
-    /// The last result for the screens: {written, failed: [[a, b], ...], folders: [...]} or undefined.
-    Q_PROPERTY(QVariant result READ resultForView NOTIFY resultChanged)
-    /// The last failure to read from Notes, or undefined.
-    Q_PROPERTY(QVariant errorMessage READ errorMessageForView NOTIFY errorMessageChanged)
-    /// The favourite output folder as a file URL, or undefined. Read from the settings on every read.
-    Q_PROPERTY(QVariant favouriteFolder READ favouriteFolderForView NOTIFY favouriteFolderChanged)
+    Q_PROPERTY(double progress READ progress NOTIFY progressChanged BINDABLE bindableProgress)
+    Q_PROPERTY(QString currentNote READ currentNote NOTIFY currentNoteChanged BINDABLE bindableCurrentNote)
+    Q_PROPERTY(bool isRunning READ isRunning NOTIFY isRunningChanged BINDABLE bindableIsRunning)
+    Q_PROPERTY(QStringList availableFolders READ availableFolders NOTIFY availableFoldersChanged BINDABLE
+            bindableAvailableFolders)
+    Q_PROPERTY(
+        bool isLoadingFolders READ isLoadingFolders NOTIFY isLoadingFoldersChanged BINDABLE bindableIsLoadingFolders)
+    /// The last result (a NotesExporter::Result), or undefined.
+    Q_PROPERTY(QVariant result READ resultValue NOTIFY resultChanged)
+    /// The last failure to read from Notes (a string), or undefined.
+    Q_PROPERTY(QVariant errorMessage READ errorMessageValue NOTIFY errorMessageChanged)
+    /// The favourite output folder (a file url), or undefined. Read from the settings on every read.
+    Q_PROPERTY(QVariant favouriteFolder READ favouriteFolderValue NOTIFY favouriteFolderChanged)
 
 public:
     /// Settings key; QSettings stores "velloran/favouriteExportFolder" as velloran.favouriteExportFolder
@@ -47,26 +51,41 @@ public:
     ~Exporter() override;
 
     double progress() const { return m_progress; }
+    QBindable<double> bindableProgress() { return &m_progress; }
     QString currentNote() const { return m_currentNote; }
+    QBindable<QString> bindableCurrentNote() { return &m_currentNote; }
     bool isRunning() const { return m_isRunning; }
+    QBindable<bool> bindableIsRunning() { return &m_isRunning; }
     QStringList availableFolders() const { return m_availableFolders; }
+    QBindable<QStringList> bindableAvailableFolders() { return &m_availableFolders; }
     bool isLoadingFolders() const { return m_isLoadingFolders; }
+    QBindable<bool> bindableIsLoadingFolders() { return &m_isLoadingFolders; }
     const std::optional<NotesExporter::Result> &result() const { return m_result; }
     const std::optional<QString> &errorMessage() const { return m_errorMessage; }
+    /// For QML: the value, or an invalid QVariant (undefined) when there is none.
+    QVariant resultValue() const;
+    QVariant errorMessageValue() const;
+    QVariant favouriteFolderValue() const;
 
     /// The stored favourite folder, when a non-empty path is stored. Existence is not checked.
     std::optional<QUrl> favouriteFolder() const;
     /// Stores the folder's path as the favourite, or forgets the favourite.
     void setFavourite(const std::optional<QUrl> &folder);
+    /// The same for QML, with a folder's url, or with undefined (or an empty url) to forget the favourite.
+    Q_INVOKABLE void setFavouriteFolder(const QVariant &folder);
 
     /// Fills availableFolders from Notes: one label per folder, its name, or for a name that several
     /// folders share, the name with what tells them apart (see folderLabels).
     QCoro::Task<> loadFolders();
+    /// loadFolders for QML, which can wait for it with `.then()`.
+    Q_INVOKABLE QCoro::QmlTask loadFolderList();
     /// Exports the chosen folders (all folders when none) into `to`, leaving the outcome in result. Each
     /// choice is a label of availableFolders or a folder name, which stands for every folder of that
     /// name; one that is neither is listed as failed. Folders are read in list order, each once, and
     /// same-named ones are written into distinct subfolders ("Notes", "Notes (2)").
     QCoro::Task<> exportNotes(QStringList selectedFolders, QUrl to);
+    /// exportNotes for QML, which can wait for it with `.then()`.
+    Q_INVOKABLE QCoro::QmlTask exportFolders(const QStringList &selectedFolders, const QUrl &to);
     /// The choices, among `selection`, that are neither a label nor a name of the folders last loaded.
     QStringList unknownFolders(const QStringList &selection) const;
 
@@ -89,10 +108,6 @@ public:
     /// How long a script in flight may go on after a stop request (five seconds unless set).
     void setStopGracePeriod(std::chrono::milliseconds grace) { m_stopGrace = grace; }
 
-    QVariant resultForView() const;
-    QVariant errorMessageForView() const;
-    QVariant favouriteFolderForView() const;
-
 signals:
     void progressChanged();
     void currentNoteChanged();
@@ -104,24 +119,25 @@ signals:
     void favouriteFolderChanged();
 
 private:
-    void setProgress(double progress);
-    void setCurrentNote(const QString &note);
-    void setRunning(bool running);
-    void setAvailableFolders(const QStringList &folders);
-    void setLoadingFolders(bool loading);
+    void setProgress(double progress) { m_progress = progress; }
+    void setCurrentNote(const QString &note) { m_currentNote = note; }
+    void setRunning(bool running) { m_isRunning = running; }
+    void setAvailableFolders(const QStringList &folders) { m_availableFolders = folders; }
+    void setLoadingFolders(bool loading) { m_isLoadingFolders = loading; }
     void setResult(std::optional<NotesExporter::Result> result);
-    void setErrorMessage(std::optional<QString> message);
+    void setErrorMessage(std::optional<QString> message) { m_errorMessage = std::move(message); }
 
-    double m_progress = 0;
-    QString m_currentNote;
-    bool m_isRunning = false;
-    QStringList m_availableFolders;
+    // Each announces a change, and only a change, through its signal.
+    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Exporter, double, m_progress, 0, &Exporter::progressChanged)
+    Q_OBJECT_BINDABLE_PROPERTY(Exporter, QString, m_currentNote, &Exporter::currentNoteChanged)
+    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Exporter, bool, m_isRunning, false, &Exporter::isRunningChanged)
+    Q_OBJECT_BINDABLE_PROPERTY(Exporter, QStringList, m_availableFolders, &Exporter::availableFoldersChanged)
+    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Exporter, bool, m_isLoadingFolders, false, &Exporter::isLoadingFoldersChanged)
+    Q_OBJECT_BINDABLE_PROPERTY(Exporter, std::optional<QString>, m_errorMessage, &Exporter::errorMessageChanged)
     /// The folders last loaded, and their labels (one each).
     QList<NotesExporter::FolderEntry> m_folders;
     QStringList m_folderLabels;
-    bool m_isLoadingFolders = false;
     std::optional<NotesExporter::Result> m_result;
-    std::optional<QString> m_errorMessage;
     /// The stop flag of the export under way, shared with its writer task.
     std::shared_ptr<std::atomic_bool> m_stopRequested;
     /// The stop signal of the scripts of the export under way.

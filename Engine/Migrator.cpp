@@ -220,30 +220,6 @@ Migrator::Migrator(QObject *parent)
 
 Migrator::~Migrator() = default;
 
-void Migrator::setProgress(double progress)
-{
-    if (m_progress == progress)
-        return;
-    m_progress = progress;
-    emit progressChanged();
-}
-
-void Migrator::setCurrentNote(const QString &note)
-{
-    if (m_currentNote == note)
-        return;
-    m_currentNote = note;
-    emit currentNoteChanged();
-}
-
-void Migrator::setRunning(bool running)
-{
-    if (m_isRunning == running)
-        return;
-    m_isRunning = running;
-    emit isRunningChanged();
-}
-
 void Migrator::setReport(std::optional<Report> report)
 {
     // Every run's end is announced, even when its report equals the last one.
@@ -251,33 +227,9 @@ void Migrator::setReport(std::optional<Report> report)
     emit reportChanged();
 }
 
-QVariant Migrator::reportForView() const
+QVariant Migrator::reportValue() const
 {
-    if (!m_report)
-        return {};
-    return reportToVariant(*m_report);
-}
-
-QVariantMap Migrator::reportToVariant(const Report &report)
-{
-    const auto pairs = [](const QList<std::pair<QString, QString>> &list) {
-        QVariantList out;
-        out.reserve(list.size());
-        for (const auto &[first, second] : list)
-            out.append(QVariant(QVariantList { first, second }));
-        return out;
-    };
-    return {
-        { u"notesCreated"_s, report.notesCreated },
-        { u"notesSkipped"_s, report.notesSkipped },
-        { u"notesFailed"_s, pairs(report.notesFailed) },
-        { u"notesMisfiled"_s, pairs(report.notesMisfiled) },
-        { u"imagesAttached"_s, report.imagesAttached },
-        { u"imagesMissing"_s, report.imagesMissing },
-        { u"foldersFlattened"_s, report.foldersFlattened },
-        { u"wikilinksDegraded"_s, report.wikilinksDegraded },
-        { u"stopped"_s, report.stopped },
-    };
+    return m_report ? QVariant::fromValue(*m_report) : QVariant();
 }
 
 void Migrator::requestStop()

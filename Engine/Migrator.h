@@ -6,6 +6,7 @@
 #include <QList>
 #include <QObject>
 #include <QPointer>
+#include <QProperty>
 #include <QString>
 #include <QStringList>
 #include <QUrl>
@@ -17,6 +18,38 @@
 #include <optional>
 #include <utility>
 
+/// The outcome of one migration run (Migrator::Report), with its fields as properties in this order.
+struct MigrationReport
+{
+    Q_GADGET
+    Q_PROPERTY(qint64 notesCreated MEMBER notesCreated)
+    Q_PROPERTY(qint64 notesSkipped MEMBER notesSkipped)
+    Q_PROPERTY(QList<std::pair<QString, QString>> notesFailed MEMBER notesFailed)
+    Q_PROPERTY(QList<std::pair<QString, QString>> notesMisfiled MEMBER notesMisfiled)
+    Q_PROPERTY(qint64 imagesAttached MEMBER imagesAttached)
+    Q_PROPERTY(QStringList imagesMissing MEMBER imagesMissing)
+    Q_PROPERTY(QStringList foldersFlattened MEMBER foldersFlattened)
+    Q_PROPERTY(qint64 wikilinksDegraded MEMBER wikilinksDegraded)
+    Q_PROPERTY(bool stopped MEMBER stopped)
+
+public:
+    qint64 notesCreated = 0;
+    qint64 notesSkipped = 0;
+    /// (note title, "(setup)" or "(folder PATH)"; reason)
+    QList<std::pair<QString, QString>> notesFailed;
+    /// (note title, relative folder path) of notes placed in the root because their folder failed.
+    QList<std::pair<QString, QString>> notesMisfiled;
+    qint64 imagesAttached = 0;
+    /// "title: reference" per image not attached.
+    QStringList imagesMissing;
+    QStringList foldersFlattened;
+    qint64 wikilinksDegraded = 0;
+    /// The run was stopped before its end: the report covers what was done until then.
+    bool stopped = false;
+
+    friend bool operator==(const MigrationReport &, const MigrationReport &) = default;
+};
+
 /// The controller of one migration run: carries a scanned Markdown folder into Apple Notes under
 /// "Imported by Velloran", one subfolder per source folder (deeper paths flattened with " ▸ "), and
 /// publishes its progress and, at the end, a Report. Never modifies the source files.
@@ -26,33 +59,15 @@
 class Migrator : public QObject
 {
     Q_OBJECT
-    Q_PROPERTY(double progress READ progress NOTIFY progressChanged)
-    Q_PROPERTY(QString currentNote READ currentNote NOTIFY currentNoteChanged)
-    Q_PROPERTY(bool isRunning READ isRunning NOTIFY isRunningChanged)
-    /// The last report for the screens: a map of its fields (pairs as two-element lists), or
-    /// undefined when there is none.
-    Q_PROPERTY(QVariant report READ reportForView NOTIFY reportChanged)
+    Q_PROPERTY(double progress READ progress NOTIFY progressChanged BINDABLE bindableProgress)
+    Q_PROPERTY(QString currentNote READ currentNote NOTIFY currentNoteChanged BINDABLE bindableCurrentNote)
+    Q_PROPERTY(bool isRunning READ isRunning NOTIFY isRunningChanged BINDABLE bindableIsRunning)
+    /// The last report (a Report), or undefined when there is none.
+    Q_PROPERTY(QVariant report READ reportValue NOTIFY reportChanged)
 
 public:
     /// The outcome of one run.
-    struct Report
-    {
-        qint64 notesCreated = 0;
-        qint64 notesSkipped = 0;
-        /// (note title, "(setup)" or "(folder PATH)"; reason)
-        QList<std::pair<QString, QString>> notesFailed;
-        /// (note title, relative folder path) of notes placed in the root because their folder failed.
-        QList<std::pair<QString, QString>> notesMisfiled;
-        qint64 imagesAttached = 0;
-        /// "title: reference" per image not attached.
-        QStringList imagesMissing;
-        QStringList foldersFlattened;
-        qint64 wikilinksDegraded = 0;
-        /// The run was stopped before its end: the report covers what was done until then.
-        bool stopped = false;
-
-        friend bool operator==(const Report &, const Report &) = default;
-    };
+    using Report = MigrationReport;
 
     static inline const QString rootFolderName = QStringLiteral("Imported by Velloran");
     static inline const QString subfolderJoiner = QStringLiteral(" ▸ ");
@@ -61,10 +76,14 @@ public:
     ~Migrator() override;
 
     double progress() const { return m_progress; }
+    QBindable<double> bindableProgress() { return &m_progress; }
     QString currentNote() const { return m_currentNote; }
+    QBindable<QString> bindableCurrentNote() { return &m_currentNote; }
     bool isRunning() const { return m_isRunning; }
+    QBindable<bool> bindableIsRunning() { return &m_isRunning; }
     const std::optional<Report> &report() const { return m_report; }
-    QVariant reportForView() const;
+    /// The report in a QVariant, or an invalid QVariant when there is none.
+    QVariant reportValue() const;
 
     /// Sets or clears the published report (going home clears it).
     void setReport(std::optional<Report> report);
@@ -81,10 +100,6 @@ public:
     /// How long a script in flight may go on after a stop request (five seconds unless set).
     void setStopGracePeriod(std::chrono::milliseconds grace) { m_stopGrace = grace; }
 
-    /// The report as a map for the screens: the fields by name, each failure or misfiled pair as a
-    /// two-element list.
-    static QVariantMap reportToVariant(const Report &report);
-
 signals:
     void progressChanged();
     void currentNoteChanged();
@@ -92,13 +107,14 @@ signals:
     void reportChanged();
 
 private:
-    void setProgress(double progress);
-    void setCurrentNote(const QString &note);
-    void setRunning(bool running);
+    void setProgress(double progress) { m_progress = progress; }
+    void setCurrentNote(const QString &note) { m_currentNote = note; }
+    void setRunning(bool running) { m_isRunning = running; }
 
-    double m_progress = 0;
-    QString m_currentNote;
-    bool m_isRunning = false;
+    // Each announces a change, and only a change, through its signal.
+    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Migrator, double, m_progress, 0, &Migrator::progressChanged)
+    Q_OBJECT_BINDABLE_PROPERTY(Migrator, QString, m_currentNote, &Migrator::currentNoteChanged)
+    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Migrator, bool, m_isRunning, false, &Migrator::isRunningChanged)
     std::chrono::milliseconds m_stopGrace = std::chrono::seconds(5);
     /// The stop signal of the run under way.
     QPointer<ScriptRunner::StopSignal> m_stop;

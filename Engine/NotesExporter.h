@@ -62,6 +62,14 @@ private:
 /// The outcome of one export run.
 struct Result
 {
+    Q_GADGET
+    Q_PROPERTY(qint64 written MEMBER written)
+    Q_PROPERTY(QList<std::pair<QString, QString>> failed MEMBER failed)
+    /// The subfolder names, sorted.
+    Q_PROPERTY(QStringList folders READ folderList WRITE setFolderList)
+    Q_PROPERTY(bool stopped MEMBER stopped)
+
+public:
     qint64 written = 0;
     /// One (note name, "(destination)" or "(folder NAME)", reason) pair per note or folder that was not
     /// written whole.
@@ -70,6 +78,14 @@ struct Result
     QSet<QString> folders;
     /// The run was stopped before its end: the result covers what was done until then.
     bool stopped = false;
+
+    QStringList folderList() const
+    {
+        QStringList sorted = folders.values();
+        sorted.sort();
+        return sorted;
+    }
+    void setFolderList(const QStringList &list) { folders = QSet<QString>(list.cbegin(), list.cend()); }
 };
 
 /// Called before each note with i/n and the note's name, and once at the end with 1.0 and "".

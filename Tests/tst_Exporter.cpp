@@ -270,10 +270,11 @@ private slots:
             (QStringList { u"list-folder-details"_s, u"read-folder-by-id"_s, u"read-folder-by-id"_s,
                 u"read-folder-by-id"_s, u"read-folder-by-id"_s }));
 
-        const QVariantMap view = exporter.property("result").toMap();
-        QCOMPARE(view.value(u"written"_s).toLongLong(), 4);
-        QCOMPARE(view.value(u"failed"_s).toList(), QVariantList());
-        QCOMPARE(view.value(u"folders"_s).toStringList(), (QStringList { u"Archive"_s, u"Work"_s, u"home"_s }));
+        // What the screens read: the result itself, its folders sorted.
+        const NotesExporter::Result view = exporter.property("result").value<NotesExporter::Result>();
+        QCOMPARE(view.written, 4);
+        QCOMPARE(view.failed, Pairs());
+        QCOMPARE(view.folderList(), (QStringList { u"Archive"_s, u"Work"_s, u"home"_s }));
     }
 
     void selectedFoldersOnly()
@@ -642,7 +643,7 @@ private slots:
         QCOMPARE(result.written, 0);
         QCOMPARE(result.failed, Pairs());
         QCOMPARE(exporter.isRunning(), false);
-        QCOMPARE(exporter.property("result").toMap().value(u"stopped"_s).toBool(), true);
+        QCOMPARE(exporter.property("result").value<NotesExporter::Result>().stopped, true);
     }
 
     void controllerDeletedDuringAnExport()

@@ -44,7 +44,7 @@ private slots:
         QCOMPARE(r.exitCode, 0);
         const QStringList lines = QString::fromUtf8(r.out).split(u'\n');
         QCOMPARE(lines.size(), 7); // name, heading, four rows, and the empty piece after the last newline
-        QCOMPARE(lines[4], u"1 images     attached to their notes"_s);
+        QCOMPARE(lines[4], u"1 image      attached to their notes"_s);
         QCOMPARE(lines[5], u"0 wikilinks  become styled text references (Notes has no API for note-to-note links)"_s);
     }
 

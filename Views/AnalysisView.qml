@@ -8,63 +8,17 @@ import Velloran
 Item {
     id: view
 
-    // The counts of the analysis (WizardController.analysis).
+    // The counts of the analysis: WizardController.analysis, or an object with its fields by name.
     property var analysis
     // The scanned folder's url.
     property var vault
+    // The Migrator that runs the migration.
     property QtObject migrator
     // Holds the analysis itself and starts the migration with it.
     property WizardController controller
 
-    // The stat rows, in order: {symbol, count, label}.
-    readonly property var rows: {
-        if (!analysis)
-            return []
-        const list = [{
-                "symbol": "doc.text",
-                "count": qsTr("%1 notes").arg(analysis.notes),
-                "label": qsTr("will be created in Apple Notes")
-            }, {
-                "symbol": "folder",
-                "count": qsTr("%1 folders").arg(analysis.folders),
-                "label": qsTr("recreated inside “Imported by Velloran”")
-            }, {
-                "symbol": "photo",
-                "count": qsTr("%1 images").arg(analysis.attachmentsResolved),
-                "label": analysis.attachmentsMissing < 1
-                         ? qsTr("attached to their notes")
-                         : qsTr("attached · %1 missing on disk (listed in the report)").arg(analysis.attachmentsMissing)
-            }, {
-                "symbol": "link",
-                "count": qsTr("%1 wikilinks").arg(analysis.wikilinks),
-                "label": qsTr("become styled text references (Notes has no API for note-to-note links)")
-            }]
-        if (analysis.hasTables)
-            list.push({
-                "symbol": "tablecells",
-                "count": qsTr("Tables"),
-                "label": qsTr("preserved as real Notes tables")
-            })
-        if (analysis.titlesRenamed > 0)
-            list.push({
-                "symbol": "doc.text",
-                "count": analysis.titlesRenamed === 1 ? qsTr("1 title") : qsTr("%1 titles").arg(analysis.titlesRenamed),
-                "label": qsTr("get a number, as another note of that name goes to the same Notes folder")
-            })
-        if (analysis.unreadableFiles > 0)
-            list.push({
-                "symbol": "exclamationmark.triangle.fill",
-                "count": analysis.unreadableFiles === 1 ? qsTr("1 file") : qsTr("%1 files").arg(analysis.unreadableFiles),
-                "label": qsTr("couldn't be read (listed in the report)")
-            })
-        if (analysis.unreadableFolders > 0)
-            list.push({
-                "symbol": "exclamationmark.triangle.fill",
-                "count": analysis.unreadableFolders === 1 ? qsTr("1 folder") : qsTr("%1 folders").arg(analysis.unreadableFolders),
-                "label": qsTr("couldn't be read (listed in the report)")
-            })
-        return list
-    }
+    // The stat rows, in order: {symbol, count, label}, as the engine words them.
+    readonly property var rows: analysis ? Presenter.analysisRows(analysis) : []
 
     signal back()
 

@@ -1,18 +1,19 @@
 #include "Controllers.h"
 
-#include "Exporter.h"
-#include "Migrator.h"
-
 #include <QColor>
 #include <QGuiApplication>
 #include <QPalette>
 #include <QQuickStyle>
-#include <QtQml/qqml.h>
+#include <QtQml/qqmlextensionplugin.h>
+
+#include <QCoro/QCoroQml>
+
+// The engine's types (module Velloran.Engine), linked in with the screens.
+Q_IMPORT_QML_PLUGIN(Velloran_EnginePlugin)
 
 void registerControllerTypes()
 {
-    qmlRegisterType<Migrator>("Velloran.Engine", 1, 0, "Migrator");
-    qmlRegisterType<Exporter>("Velloran.Engine", 1, 0, "Exporter");
+    QCoro::Qml::registerTypes();
 }
 
 void useVelloranStyle()

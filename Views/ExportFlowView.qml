@@ -46,28 +46,31 @@ Item {
 
     // Offers the favourite folder when it still exists, and asks Notes for its folders.
     function setupShown() {
+        // The screen may outlive its exporter while the window closes.
+        if (!exporter)
+            return
         if (destination === undefined && exporter.favouriteFolder !== undefined
                 && Folders.exists(exporter.favouriteFolder)) {
             destination = exporter.favouriteFolder
             rememberFavourite = true
         }
-        ExportActions.loadFolders(exporter)
+        exporter.loadFolderList()
     }
 
     function runExport() {
         if (destination === undefined)
             return
         if (rememberFavourite)
-            ExportActions.setFavourite(exporter, destination)
+            exporter.setFavouriteFolder(destination)
         else if (exporter.favouriteFolder !== undefined && Folders.same(exporter.favouriteFolder, destination))
-            ExportActions.setFavourite(exporter, undefined)
-        ExportActions.exportNotes(exporter, exportAll ? [] : selectedFolders.slice(), destination)
+            exporter.setFavouriteFolder(undefined)
+        exporter.exportFolders(exportAll ? [] : selectedFolders.slice(), destination)
     }
 
     // A first load that failed (no Automation permission yet) is retried by switching to the folder list.
     onExportAllChanged: {
         if (!exportAll && exporter && exporter.availableFolders.length === 0)
-            ExportActions.loadFolders(exporter)
+            exporter.loadFolderList()
     }
 
     FolderDialog {

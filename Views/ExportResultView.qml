@@ -7,19 +7,16 @@ import Velloran
 Item {
     id: view
 
-    // {written, failed: [[first, second], ...], folders: [...]}
+    // The result: Exporter.result, or an object with a result's fields by name.
     property var result
     // The run's output folder (a url), or undefined.
     property var destination: undefined
 
-    readonly property var failed: result ? result.failed : []
-    // A stopped run is never complete, whatever it did before the stop.
-    readonly property bool stopped: result ? result.stopped === true : false
-    readonly property bool hasIssues: failed.length > 0 || stopped
-    readonly property string title: stopped ? qsTr("Export stopped")
-                                            : hasIssues ? qsTr("Export finished with issues") : qsTr("Export complete")
-    readonly property string summary: result ? qsTr("%1 notes written · %2 folders").arg(result.written)
-                                               .arg(result.folders.length) : ""
+    // What the engine makes of it: title, summary and the sections present, in order.
+    readonly property var outcome: Presenter.resultOutcome(result)
+    readonly property bool hasIssues: outcome.hasIssues
+    readonly property string title: outcome.title
+    readonly property string summary: result ? outcome.summary : ""
 
     signal done()
 
@@ -64,31 +61,42 @@ Item {
                 width: parent.width
                 spacing: 3
 
-                Label {
-                    objectName: "stoppedNote"
-                    visible: view.stopped
-                    text: qsTr("You stopped the export: the notes it had not reached were not written.")
-                    font.pixelSize: Theme.callout
-                    wrapMode: Text.WordWrap
-                    Layout.fillWidth: true
-                    Layout.bottomMargin: 6
-                }
-                Label {
-                    visible: view.failed.length > 0
-                    text: qsTr("Failed (%1)").arg(view.failed.length)
-                    font.weight: Font.DemiBold
-                    color: Theme.secondary
-                }
                 Repeater {
-                    model: view.failed
+                    model: view.outcome.sections
 
-                    Label {
+                    ColumnLayout {
                         required property var modelData
 
-                        text: modelData[0] + qsTr(" — ") + modelData[1]
-                        font.pixelSize: Theme.caption
-                        wrapMode: Text.WordWrap
+                        spacing: 3
                         Layout.fillWidth: true
+                        // A paragraph (the stop) stands apart from the failures under it.
+                        Layout.bottomMargin: modelData.text !== "" ? 6 : 0
+
+                        Label {
+                            visible: modelData.text !== ""
+                            text: modelData.text
+                            font.pixelSize: Theme.callout
+                            wrapMode: Text.WordWrap
+                            Layout.fillWidth: true
+                        }
+                        Label {
+                            visible: modelData.heading !== ""
+                            text: modelData.heading
+                            font.weight: Font.DemiBold
+                            color: Theme.secondary
+                        }
+                        Repeater {
+                            model: modelData.entries
+
+                            Label {
+                                required property string modelData
+
+                                text: modelData
+                                font.pixelSize: Theme.caption
+                                wrapMode: Text.WordWrap
+                                Layout.fillWidth: true
+                            }
+                        }
                     }
                 }
             }

@@ -1,49 +1,51 @@
 #pragma once
 
+#include "Migrator.h"
 #include "VaultScanner.h"
 
 #include <QObject>
+#include <QProperty>
 #include <QUrl>
 #include <QVariant>
 #include <QtQml/qqmlregistration.h>
 
+#include <QCoro/QCoroQmlTask>
+#include <QCoro/QCoroTask>
+
 #include <optional>
 
 /// The import side of the wizard's state: the Markdown folder that was analysed, its analysis, and whether
-/// a scan runs. Keeps the VaultAnalysis itself, which the screens only see as counts, and starts the
+/// a scan runs. Keeps the VaultAnalysis itself, which the screens only see as its summary, and starts the
 /// migration with it.
 class WizardController : public QObject
 {
     Q_OBJECT
     QML_ELEMENT
     /// The analysed folder's url, or undefined.
-    Q_PROPERTY(QVariant vault READ vaultForView NOTIFY vaultChanged)
-    /// What the analysis screen shows, or undefined: {notes, folders, attachmentsResolved,
-    /// attachmentsMissing, wikilinks, hasTables}.
-    Q_PROPERTY(QVariant analysis READ analysisForView NOTIFY analysisChanged)
-    Q_PROPERTY(bool isAnalyzing READ isAnalyzing NOTIFY isAnalyzingChanged)
+    Q_PROPERTY(QVariant vault READ vaultValue NOTIFY vaultChanged)
+    /// What the analysis screen shows (a Presentation::AnalysisSummary), or undefined.
+    Q_PROPERTY(QVariant analysis READ analysisValue NOTIFY analysisChanged)
+    Q_PROPERTY(bool isAnalyzing READ isAnalyzing NOTIFY isAnalyzingChanged BINDABLE bindableIsAnalyzing)
 
 public:
     using QObject::QObject;
 
-    QVariant vaultForView() const { return m_vault ? QVariant(*m_vault) : QVariant(); }
-    QVariant analysisForView() const { return m_analysis ? QVariant(summary(*m_analysis)) : QVariant(); }
+    QVariant vaultValue() const;
+    QVariant analysisValue() const;
     bool isAnalyzing() const { return m_isAnalyzing; }
+    QBindable<bool> bindableIsAnalyzing() { return &m_isAnalyzing; }
     const std::optional<VaultAnalysis> &analysis() const { return m_analysis; }
 
     /// Scans `folder` in a background task; when the scan ends, sets vault, then analysis, then clears
-    /// isAnalyzing. Two scans may overlap: the one that ends last wins.
-    Q_INVOKABLE void analyze(const QUrl &folder);
+    /// isAnalyzing. Two scans may overlap: the one that ends last wins. QML can wait for it with `.then()`.
+    Q_INVOKABLE QCoro::QmlTask analyze(const QUrl &folder);
     /// The analysis screen's way back: analysis, then vault, become undefined.
     Q_INVOKABLE void clearAnalysis();
     /// Going home: vault, then analysis, become undefined.
     Q_INVOKABLE void clearFolder();
-    /// Starts a migration of the held analysis on `migrator` (a Migrator), and returns at once; the
-    /// migrator publishes its progress and report. Does nothing without an analysis.
-    Q_INVOKABLE void migrate(QObject *migrator);
-
-    /// The counts of an analysis, as the analysis screen reads them.
-    static QVariantMap summary(const VaultAnalysis &analysis);
+    /// Migrates the held analysis with `migrator`, which publishes its progress and report; QML can wait
+    /// for the run's end with `.then()`. Does nothing without an analysis.
+    Q_INVOKABLE QCoro::QmlTask migrate(Migrator *migrator);
 
 signals:
     void vaultChanged();
@@ -51,11 +53,12 @@ signals:
     void isAnalyzingChanged();
 
 private:
-    void setVault(std::optional<QUrl> vault);
+    QCoro::Task<> scan(QUrl folder);
     void setAnalysis(std::optional<VaultAnalysis> analysis);
-    void setAnalyzing(bool analyzing);
 
-    std::optional<QUrl> m_vault;
+    // Each announces a change, and only a change, through its signal.
+    Q_OBJECT_BINDABLE_PROPERTY(WizardController, std::optional<QUrl>, m_vault, &WizardController::vaultChanged)
+    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(
+        WizardController, bool, m_isAnalyzing, false, &WizardController::isAnalyzingChanged)
     std::optional<VaultAnalysis> m_analysis;
-    bool m_isAnalyzing = false;
 };

@@ -4,78 +4,6 @@
 <context>
     <name>AnalysisView</name>
     <message>
-        <source>%1 notes</source>
-        <translation>%1 Notizen</translation>
-    </message>
-    <message>
-        <source>will be created in Apple Notes</source>
-        <translation>werden in Apple Notizen erstellt</translation>
-    </message>
-    <message>
-        <source>%1 folders</source>
-        <translation>%1 Ordner</translation>
-    </message>
-    <message>
-        <source>recreated inside “Imported by Velloran”</source>
-        <translation>werden in „Imported by Velloran“ neu angelegt</translation>
-    </message>
-    <message>
-        <source>%1 images</source>
-        <translation>%1 Bilder</translation>
-    </message>
-    <message>
-        <source>attached to their notes</source>
-        <translation>werden an ihre Notizen angehängt</translation>
-    </message>
-    <message>
-        <source>attached · %1 missing on disk (listed in the report)</source>
-        <translation>werden angehängt · %1 fehlen auf dem Datenträger (im Bericht aufgeführt)</translation>
-    </message>
-    <message>
-        <source>%1 wikilinks</source>
-        <translation>%1 Wikilinks</translation>
-    </message>
-    <message>
-        <source>become styled text references (Notes has no API for note-to-note links)</source>
-        <translation>werden zu formatierten Textverweisen (Notizen hat keine Schnittstelle für Links zwischen Notizen)</translation>
-    </message>
-    <message>
-        <source>Tables</source>
-        <translation>Tabellen</translation>
-    </message>
-    <message>
-        <source>preserved as real Notes tables</source>
-        <translation>bleiben als echte Tabellen in Notizen erhalten</translation>
-    </message>
-    <message>
-        <source>1 title</source>
-        <translation>1 Titel</translation>
-    </message>
-    <message>
-        <source>%1 titles</source>
-        <translation>%1 Titel</translation>
-    </message>
-    <message>
-        <source>get a number, as another note of that name goes to the same Notes folder</source>
-        <translation>erhalten eine Nummer, da eine andere Notiz dieses Namens in denselben Ordner kommt</translation>
-    </message>
-    <message>
-        <source>1 file</source>
-        <translation>1 Datei</translation>
-    </message>
-    <message>
-        <source>%1 files</source>
-        <translation>%1 Dateien</translation>
-    </message>
-    <message>
-        <source>couldn&apos;t be read (listed in the report)</source>
-        <translation>nicht lesbar (im Bericht aufgeführt)</translation>
-    </message>
-    <message>
-        <source>1 folder</source>
-        <translation>1 Ordner</translation>
-    </message>
-    <message>
         <source>Here&apos;s what Velloran found:</source>
         <translation>Das hat Velloran gefunden:</translation>
     </message>
@@ -199,34 +127,6 @@ to clean .md files</source>
 <context>
     <name>ExportResultView</name>
     <message>
-        <source>Export stopped</source>
-        <translation>Export gestoppt</translation>
-    </message>
-    <message>
-        <source>Export finished with issues</source>
-        <translation>Export mit Problemen beendet</translation>
-    </message>
-    <message>
-        <source>Export complete</source>
-        <translation>Export abgeschlossen</translation>
-    </message>
-    <message>
-        <source>%1 notes written · %2 folders</source>
-        <translation>%1 Notizen geschrieben · %2 Ordner</translation>
-    </message>
-    <message>
-        <source>You stopped the export: the notes it had not reached were not written.</source>
-        <translation>Du hast den Export gestoppt: Die Notizen, die er noch nicht erreicht hatte, wurden nicht geschrieben.</translation>
-    </message>
-    <message>
-        <source>Failed (%1)</source>
-        <translation>Fehlgeschlagen (%1)</translation>
-    </message>
-    <message>
-        <source> — </source>
-        <translation> – </translation>
-    </message>
-    <message>
         <source>Reveal in Finder</source>
         <translation>Im Finder zeigen</translation>
     </message>
@@ -248,62 +148,6 @@ to clean .md files</source>
 </context>
 <context>
     <name>ReportView</name>
-    <message>
-        <source>Migration stopped</source>
-        <translation>Übertragung gestoppt</translation>
-    </message>
-    <message>
-        <source>Migration finished with issues</source>
-        <translation>Übertragung mit Problemen beendet</translation>
-    </message>
-    <message>
-        <source>Migration complete</source>
-        <translation>Übertragung abgeschlossen</translation>
-    </message>
-    <message>
-        <source>%1 notes · %2 images attached</source>
-        <translation>%1 Notizen · %2 Bilder angehängt</translation>
-    </message>
-    <message>
-        <source>You stopped the migration: the notes it had not reached are not in Apple Notes. Run it again to carry on; the notes already made are skipped.</source>
-        <translation>Du hast die Übertragung gestoppt: Die Notizen, die sie noch nicht erreicht hatte, sind nicht in Apple Notizen. Starte sie erneut, um fortzufahren; bereits erstellte Notizen werden übersprungen.</translation>
-    </message>
-    <message>
-        <source>Failed (%1)</source>
-        <translation>Fehlgeschlagen (%1)</translation>
-    </message>
-    <message>
-        <source> — </source>
-        <translation> – </translation>
-    </message>
-    <message>
-        <source>Placed in root — their folder couldn’t be created (%1)</source>
-        <translation>Im obersten Ordner abgelegt – ihr Ordner konnte nicht erstellt werden (%1)</translation>
-    </message>
-    <message>
-        <source> — expected in “</source>
-        <translation> – erwartet in „</translation>
-    </message>
-    <message>
-        <source>”</source>
-        <translation>“</translation>
-    </message>
-    <message>
-        <source>Images not found on disk (%1)</source>
-        <translation>Bilder nicht auf dem Datenträger gefunden (%1)</translation>
-    </message>
-    <message>
-        <source>Deep folders flattened to “A ▸ B” (Notes nests one level)</source>
-        <translation>Tiefe Ordner zu „A ▸ B“ zusammengefasst (Notizen hat nur eine Ebene)</translation>
-    </message>
-    <message>
-        <source>%1 notes already existed in the destination folder and were skipped (no duplicates created). Safe to re-run.</source>
-        <translation>%1 Notizen waren im Zielordner schon vorhanden und wurden übersprungen (keine Duplikate erstellt). Erneutes Ausführen ist sicher.</translation>
-    </message>
-    <message>
-        <source>%1 wikilinks became underlined text references — Apple Notes has no API for creating note-to-note links.</source>
-        <translation>%1 Wikilinks wurden zu unterstrichenen Textverweisen – Apple Notizen hat keine Schnittstelle, um Links zwischen Notizen zu erstellen.</translation>
-    </message>
     <message>
         <source>Open Apple Notes</source>
         <translation>Apple Notizen öffnen</translation>
@@ -398,14 +242,6 @@ to clean .md files</source>
     <message>
         <source>%1: no such folder in Apple Notes</source>
         <translation>%1: Diesen Ordner gibt es in Apple Notizen nicht</translation>
-    </message>
-    <message>
-        <source>round-trip runs only against the Notes stand-in: set VELLORAN_OSASCRIPT to fake-osascript</source>
-        <translation>round-trip läuft nur mit dem Ersatz für Notizen: Setze VELLORAN_OSASCRIPT auf fake-osascript</translation>
-    </message>
-    <message>
-        <source>cannot make a working folder: %1</source>
-        <translation>Arbeitsordner kann nicht erstellt werden: %1</translation>
     </message>
     <message>
         <source>not exported</source>
@@ -611,12 +447,214 @@ to clean .md files</source>
         <source>outside the folder</source>
         <translation>außerhalb des Ordners</translation>
     </message>
+    <message>
+        <source>Here&apos;s what Velloran found:</source>
+        <translation>Das hat Velloran gefunden:</translation>
+    </message>
+    <message>
+        <source>%1 — %2</source>
+        <translation>%1 – %2</translation>
+    </message>
+    <message>
+        <source>%1 · %2</source>
+        <translation>%1 · %2</translation>
+    </message>
+    <message>
+        <source>Migration stopped</source>
+        <translation>Übertragung gestoppt</translation>
+    </message>
+    <message>
+        <source>Migration finished with issues</source>
+        <translation>Übertragung mit Problemen beendet</translation>
+    </message>
+    <message>
+        <source>Migration complete</source>
+        <translation>Übertragung abgeschlossen</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n notes</source>
+        <translation>
+            <numerusform>%n Notiz</numerusform>
+            <numerusform>%n Notizen</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n images attached</source>
+        <translation>
+            <numerusform>%n Bild angehängt</numerusform>
+            <numerusform>%n Bilder angehängt</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>You stopped the migration: the notes it had not reached are not in Apple Notes. Run it again to carry on; the notes already made are skipped.</source>
+        <translation>Du hast die Übertragung gestoppt: Die Notizen, die sie noch nicht erreicht hatte, sind nicht in Apple Notizen. Führe sie erneut aus, um fortzufahren; bereits erstellte Notizen werden übersprungen.</translation>
+    </message>
+    <message numerus="yes">
+        <source>Failed (%n)</source>
+        <translation>
+            <numerusform>Fehlgeschlagen (%n)</numerusform>
+            <numerusform>Fehlgeschlagen (%n)</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>%1 — expected in “%2”</source>
+        <translation>%1 – erwartet in „%2“</translation>
+    </message>
+    <message numerus="yes">
+        <source>Placed in root — their folder couldn’t be created (%n)</source>
+        <translation>
+            <numerusform>Im obersten Ordner abgelegt – ihr Ordner konnte nicht erstellt werden (%n)</numerusform>
+            <numerusform>Im obersten Ordner abgelegt – ihr Ordner konnte nicht erstellt werden (%n)</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>Images not found on disk (%n)</source>
+        <translation>
+            <numerusform>Bilder nicht auf dem Datenträger gefunden (%n)</numerusform>
+            <numerusform>Bilder nicht auf dem Datenträger gefunden (%n)</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Deep folders flattened to “A ▸ B” (Notes nests one level)</source>
+        <translation>Tiefe Ordner zu „A ▸ B“ zusammengefasst (Notizen hat nur eine Ebene)</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n notes already existed in the destination folder and were skipped (no duplicates created). Safe to re-run.</source>
+        <translation>
+            <numerusform>%n Notiz war im Zielordner schon vorhanden und wurde übersprungen (keine Duplikate erstellt). Erneutes Ausführen ist sicher.</numerusform>
+            <numerusform>%n Notizen waren im Zielordner schon vorhanden und wurden übersprungen (keine Duplikate erstellt). Erneutes Ausführen ist sicher.</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n wikilinks became underlined text references — Apple Notes has no API for creating note-to-note links.</source>
+        <translation>
+            <numerusform>%n Wikilink wurde zu einem unterstrichenen Textverweis – Apple Notizen hat keine Schnittstelle, um Links zwischen Notizen zu erstellen.</numerusform>
+            <numerusform>%n Wikilinks wurden zu unterstrichenen Textverweisen – Apple Notizen hat keine Schnittstelle, um Links zwischen Notizen zu erstellen.</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Export stopped</source>
+        <translation>Export gestoppt</translation>
+    </message>
+    <message>
+        <source>Export finished with issues</source>
+        <translation>Export mit Problemen beendet</translation>
+    </message>
+    <message>
+        <source>Export complete</source>
+        <translation>Export abgeschlossen</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n notes written</source>
+        <translation>
+            <numerusform>%n Notiz geschrieben</numerusform>
+            <numerusform>%n Notizen geschrieben</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n folders</source>
+        <translation>
+            <numerusform>%n Ordner</numerusform>
+            <numerusform>%n Ordner</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>You stopped the export: the notes it had not reached were not written.</source>
+        <translation>Du hast den Export gestoppt: Die Notizen, die er noch nicht erreicht hatte, wurden nicht geschrieben.</translation>
+    </message>
+    <message>
+        <source>will be created in Apple Notes</source>
+        <translation>werden in Apple Notizen erstellt</translation>
+    </message>
+    <message>
+        <source>recreated inside “Imported by Velloran”</source>
+        <translation>werden in „Imported by Velloran“ neu angelegt</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n images</source>
+        <translation>
+            <numerusform>%n Bild</numerusform>
+            <numerusform>%n Bilder</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>attached to their notes</source>
+        <translation>werden an ihre Notizen angehängt</translation>
+    </message>
+    <message numerus="yes">
+        <source>attached · %n missing on disk (listed in the report)</source>
+        <translation>
+            <numerusform>werden angehängt · %n fehlt auf dem Datenträger (im Bericht aufgeführt)</numerusform>
+            <numerusform>werden angehängt · %n fehlen auf dem Datenträger (im Bericht aufgeführt)</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n wikilinks</source>
+        <translation>
+            <numerusform>%n Wikilink</numerusform>
+            <numerusform>%n Wikilinks</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>become styled text references (Notes has no API for note-to-note links)</source>
+        <translation>werden zu formatierten Textverweisen (Notizen hat keine Schnittstelle für Links zwischen Notizen)</translation>
+    </message>
+    <message>
+        <source>Tables</source>
+        <translation>Tabellen</translation>
+    </message>
+    <message>
+        <source>preserved as real Notes tables</source>
+        <translation>bleiben als echte Tabellen in Notizen erhalten</translation>
+    </message>
+    <message>
+        <source>1 title</source>
+        <translation>1 Titel</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n titles</source>
+        <translation>
+            <numerusform>%n Titel</numerusform>
+            <numerusform>%n Titel</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>get a number, as another note of that name goes to the same Notes folder</source>
+        <translation>erhalten eine Nummer, weil eine andere Notiz gleichen Namens in denselben Ordner kommt</translation>
+    </message>
+    <message>
+        <source>1 file</source>
+        <translation>1 Datei</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n files</source>
+        <translation>
+            <numerusform>%n Datei</numerusform>
+            <numerusform>%n Dateien</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>1 folder</source>
+        <translation>1 Ordner</translation>
+    </message>
+    <message>
+        <source>couldn&apos;t be read (listed in the report)</source>
+        <translation>konnten nicht gelesen werden (im Bericht aufgeführt)</translation>
+    </message>
     <message numerus="yes">
         <source>Total (%n notes, %1 not exported): </source>
         <translation>
             <numerusform>Gesamt (%n Notiz, %1 nicht exportiert): </numerusform>
             <numerusform>Gesamt (%n Notizen, %1 nicht exportiert): </numerusform>
         </translation>
+    </message>
+    <message>
+        <source>round-trip runs only against the Notes stand-in: set VELLORAN_OSASCRIPT to fake-osascript</source>
+        <translation>round-trip läuft nur mit dem Ersatz für Notizen: Setze VELLORAN_OSASCRIPT auf fake-osascript</translation>
+    </message>
+    <message>
+        <source>cannot make a working folder: %1</source>
+        <translation>Arbeitsordner kann nicht erstellt werden: %1</translation>
     </message>
 </context>
 <context>

@@ -4,78 +4,6 @@
 <context>
     <name>AnalysisView</name>
     <message>
-        <source>%1 notes</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>will be created in Apple Notes</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>%1 folders</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>recreated inside “Imported by Velloran”</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>%1 images</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>attached to their notes</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>attached · %1 missing on disk (listed in the report)</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>%1 wikilinks</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>become styled text references (Notes has no API for note-to-note links)</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Tables</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>preserved as real Notes tables</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>1 title</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>%1 titles</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>get a number, as another note of that name goes to the same Notes folder</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>1 file</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>%1 files</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>couldn&apos;t be read (listed in the report)</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>1 folder</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
         <source>Here&apos;s what Velloran found:</source>
         <translation type="unfinished"></translation>
     </message>
@@ -196,34 +124,6 @@ to clean .md files</source>
 <context>
     <name>ExportResultView</name>
     <message>
-        <source>Export stopped</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Export finished with issues</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Export complete</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>%1 notes written · %2 folders</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>You stopped the export: the notes it had not reached were not written.</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Failed (%1)</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source> — </source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
         <source>Reveal in Finder</source>
         <translation type="unfinished"></translation>
     </message>
@@ -245,62 +145,6 @@ to clean .md files</source>
 </context>
 <context>
     <name>ReportView</name>
-    <message>
-        <source>Migration stopped</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Migration finished with issues</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Migration complete</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>%1 notes · %2 images attached</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>You stopped the migration: the notes it had not reached are not in Apple Notes. Run it again to carry on; the notes already made are skipped.</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Failed (%1)</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source> — </source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Placed in root — their folder couldn’t be created (%1)</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source> — expected in “</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>”</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Images not found on disk (%1)</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Deep folders flattened to “A ▸ B” (Notes nests one level)</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>%1 notes already existed in the destination folder and were skipped (no duplicates created). Safe to re-run.</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>%1 wikilinks became underlined text references — Apple Notes has no API for creating note-to-note links.</source>
-        <translation type="unfinished"></translation>
-    </message>
     <message>
         <source>Open Apple Notes</source>
         <translation type="unfinished"></translation>
@@ -394,14 +238,6 @@ to clean .md files</source>
     </message>
     <message>
         <source>%1: no such folder in Apple Notes</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>round-trip runs only against the Notes stand-in: set VELLORAN_OSASCRIPT to fake-osascript</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>cannot make a working folder: %1</source>
         <translation type="unfinished"></translation>
     </message>
     <message>
@@ -608,12 +444,214 @@ to clean .md files</source>
         <source>outside the folder</source>
         <translation type="unfinished"></translation>
     </message>
+    <message>
+        <source>Here&apos;s what Velloran found:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 — %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 · %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Migration stopped</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Migration finished with issues</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Migration complete</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>%n notes</source>
+        <translation>
+            <numerusform>%n note</numerusform>
+            <numerusform>%n notes</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n images attached</source>
+        <translation>
+            <numerusform>%n image attached</numerusform>
+            <numerusform>%n images attached</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>You stopped the migration: the notes it had not reached are not in Apple Notes. Run it again to carry on; the notes already made are skipped.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>Failed (%n)</source>
+        <translation>
+            <numerusform>Failed (%n)</numerusform>
+            <numerusform>Failed (%n)</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>%1 — expected in “%2”</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>Placed in root — their folder couldn’t be created (%n)</source>
+        <translation>
+            <numerusform>Placed in root — their folder couldn’t be created (%n)</numerusform>
+            <numerusform>Placed in root — their folder couldn’t be created (%n)</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>Images not found on disk (%n)</source>
+        <translation>
+            <numerusform>Images not found on disk (%n)</numerusform>
+            <numerusform>Images not found on disk (%n)</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Deep folders flattened to “A ▸ B” (Notes nests one level)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>%n notes already existed in the destination folder and were skipped (no duplicates created). Safe to re-run.</source>
+        <translation>
+            <numerusform>%n note already existed in the destination folder and was skipped (no duplicates created). Safe to re-run.</numerusform>
+            <numerusform>%n notes already existed in the destination folder and were skipped (no duplicates created). Safe to re-run.</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n wikilinks became underlined text references — Apple Notes has no API for creating note-to-note links.</source>
+        <translation>
+            <numerusform>%n wikilink became an underlined text reference — Apple Notes has no API for creating note-to-note links.</numerusform>
+            <numerusform>%n wikilinks became underlined text references — Apple Notes has no API for creating note-to-note links.</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Export stopped</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Export finished with issues</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Export complete</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>%n notes written</source>
+        <translation>
+            <numerusform>%n note written</numerusform>
+            <numerusform>%n notes written</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n folders</source>
+        <translation>
+            <numerusform>%n folder</numerusform>
+            <numerusform>%n folders</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>You stopped the export: the notes it had not reached were not written.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>will be created in Apple Notes</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>recreated inside “Imported by Velloran”</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>%n images</source>
+        <translation>
+            <numerusform>%n image</numerusform>
+            <numerusform>%n images</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>attached to their notes</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>attached · %n missing on disk (listed in the report)</source>
+        <translation>
+            <numerusform>attached · %n missing on disk (listed in the report)</numerusform>
+            <numerusform>attached · %n missing on disk (listed in the report)</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n wikilinks</source>
+        <translation>
+            <numerusform>%n wikilink</numerusform>
+            <numerusform>%n wikilinks</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>become styled text references (Notes has no API for note-to-note links)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Tables</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>preserved as real Notes tables</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>1 title</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>%n titles</source>
+        <translation>
+            <numerusform>%n title</numerusform>
+            <numerusform>%n titles</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>get a number, as another note of that name goes to the same Notes folder</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>1 file</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>%n files</source>
+        <translation>
+            <numerusform>%n file</numerusform>
+            <numerusform>%n files</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>1 folder</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>couldn&apos;t be read (listed in the report)</source>
+        <translation type="unfinished"></translation>
+    </message>
     <message numerus="yes">
         <source>Total (%n notes, %1 not exported): </source>
         <translation>
             <numerusform>Total (%n note, %1 not exported): </numerusform>
             <numerusform>Total (%n notes, %1 not exported): </numerusform>
         </translation>
+    </message>
+    <message>
+        <source>round-trip runs only against the Notes stand-in: set VELLORAN_OSASCRIPT to fake-osascript</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>cannot make a working folder: %1</source>
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>

@@ -52,7 +52,7 @@ Item {
             fixture.seedNotes(root.library)
             fixture.clearScriptLog()
             exporter = createTemporaryObject(exporterComponent, test)
-            ExportActions.setFavourite(exporter, undefined)
+            exporter.setFavouriteFolder(undefined)
         }
 
         function cleanup() {
@@ -281,7 +281,7 @@ Item {
 
         function test_favouriteIsOffered() {
             const favourite = fixture.makeDir()
-            ExportActions.setFavourite(exporter, fixture.url(favourite))
+            exporter.setFavouriteFolder(fixture.url(favourite))
             loaded()
             compare(flow.destination, fixture.url(favourite))
             compare(flow.rememberFavourite, true)
@@ -290,7 +290,7 @@ Item {
         }
 
         function test_missingFavouriteIsNotOffered() {
-            ExportActions.setFavourite(exporter, fixture.url(fixture.makeDir() + "/deleted"))
+            exporter.setFavouriteFolder(fixture.url(fixture.makeDir() + "/deleted"))
             loaded()
             compare(flow.destination, undefined)
             compare(flow.rememberFavourite, false)
@@ -314,7 +314,7 @@ Item {
 
         function test_runIntoTheFavouriteWithoutRememberingForgetsIt() {
             const favourite = fixture.makeDir()
-            ExportActions.setFavourite(exporter, fixture.url(favourite))
+            exporter.setFavouriteFolder(fixture.url(favourite))
             loaded()
             mouseClick(findChild(flow.content, "rememberFavourite"))
             compare(flow.rememberFavourite, false)
@@ -324,7 +324,7 @@ Item {
 
         function test_runElsewhereWithoutRememberingKeepsTheFavourite() {
             const favourite = fixture.makeDir()
-            ExportActions.setFavourite(exporter, fixture.url(favourite))
+            exporter.setFavouriteFolder(fixture.url(favourite))
             loaded()
             choose(fixture.makeDir())
             mouseClick(findChild(flow.content, "rememberFavourite"))
@@ -365,7 +365,7 @@ Item {
             mouseClick(Screens.button(flow.content, "Home"))
             run()
             compare(fixture.files(out), ["Home/Groceries.md"])
-            compare(Screens.visibleTexts(flow.content)[1], "1 notes written · 1 folders")
+            compare(Screens.visibleTexts(flow.content)[1], "1 note written · 1 folder")
         }
 
         function test_sameNamedFoldersAreListedApart() {
@@ -385,7 +385,7 @@ Item {
             compare(flow.selectedFolders, ["Notes — On My Mac"])
             run()
             compare(fixture.files(out), ["Notes/B.md"])
-            compare(Screens.visibleTexts(flow.content)[1], "1 notes written · 1 folders")
+            compare(Screens.visibleTexts(flow.content)[1], "1 note written · 1 folder")
         }
 
         function test_sameNamedFoldersAreEachExported() {

@@ -52,7 +52,7 @@ Item {
             verify(Screens.sameColor(findChild(view, "resultSymbol").color, Theme.orange))
             compare(Screens.visibleTexts(view), [
                 "Export finished with issues",
-                "1 notes written · 1 folders",
+                "1 note written · 1 folder",
                 "Failed (2)",
                 "(reading Apple Notes) — Apple Notes error: boom",
                 "Work/Plan.md — Disk full",
@@ -69,7 +69,7 @@ Item {
             compare(findChild(view, "resultSymbol").symbol, "exclamationmark.triangle.fill")
             compare(Screens.visibleTexts(view), [
                 "Export stopped",
-                "2 notes written · 1 folders",
+                "2 notes written · 1 folder",
                 "You stopped the export: the notes it had not reached were not written.",
                 "Reveal in Finder",
                 "Done"

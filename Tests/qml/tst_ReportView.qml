@@ -161,7 +161,7 @@ Item {
             const view = show(root.report({ "notesCreated": 1, "imagesMissing": ["Plan: x.png"] }))
             compare(Screens.visibleTexts(view), [
                 "Migration complete",
-                "1 notes · 0 images attached",
+                "1 note · 0 images attached",
                 "Images not found on disk (1)",
                 "Plan: x.png",
                 "Open Apple Notes",

@@ -46,7 +46,7 @@ Item {
             fixture.clearScriptLog()
             migrator = createTemporaryObject(migratorComponent, test)
             exporter = createTemporaryObject(exporterComponent, test)
-            ExportActions.setFavourite(exporter, undefined)
+            exporter.setFavouriteFolder(undefined)
             wizard = createTemporaryObject(wizardComponent, root, { "migrator": migrator, "exporter": exporter })
         }
 
@@ -71,7 +71,7 @@ Item {
             verify(fixture.dragEnter(zone, [fixture.url(vault)]))
             verify(fixture.drop(zone))
             tryCompare(wizard, "screen", "analysis", 10000)
-            compare(wizard.content.rows.map(row => row.count), ["3 notes", "2 folders", "1 images", "1 wikilinks", "Tables"])
+            compare(wizard.content.rows.map(row => row.count), ["3 notes", "2 folders", "1 image", "1 wikilink", "Tables"])
 
             mouseClick(findChild(wizard.content, "migrateButton"))
             // The window stays free while the folders are made: the progress screen shows at once.
@@ -80,10 +80,10 @@ Item {
             tryCompare(wizard, "screen", "report", 60000)
             compare(Screens.visibleTexts(wizard.content), [
                 "Migration complete",
-                "3 notes · 1 images attached",
+                "3 notes · 1 image attached",
                 "Deep folders flattened to “A ▸ B” (Notes nests one level)",
                 "Projects/2024",
-                "1 wikilinks became underlined text references — Apple Notes has no API for creating note-to-note links.",
+                "1 wikilink became an underlined text reference — Apple Notes has no API for creating note-to-note links.",
                 "Open Apple Notes",
                 "Done"
             ])

@@ -1,0 +1,128 @@
+#pragma once
+
+#include "Exporter.h"
+#include "Migrator.h"
+#include "NotesExporter.h"
+#include "VaultScanner.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QMetaObject>
+#include <QString>
+#include <QStringList>
+#include <QVariantList>
+
+/// What the report, result and analysis screens show, worked out once from the run's outcome or the scan,
+/// so that the screens and velloran-cli show the same texts in the same order. Every text is translated
+/// (context "Velloran", keyed by its English text) with the current translator.
+namespace Presentation {
+
+/// One part of a report or result: a heading over one line per entry, or a paragraph of text alone.
+struct Section
+{
+    Q_GADGET
+    Q_PROPERTY(QString heading MEMBER heading)
+    Q_PROPERTY(QStringList entries MEMBER entries)
+    Q_PROPERTY(QString text MEMBER text)
+
+public:
+    /// Empty for a paragraph.
+    QString heading;
+    QStringList entries;
+    /// The paragraph; empty for a heading with entries.
+    QString text;
+
+    friend bool operator==(const Section &, const Section &) = default;
+};
+
+/// A finished run as its screen shows it: the title, the summary line under it, whether it is marked as
+/// having issues, and its sections in display order.
+struct Outcome
+{
+    Q_GADGET
+    Q_PROPERTY(QString title MEMBER title)
+    Q_PROPERTY(QString summary MEMBER summary)
+    Q_PROPERTY(bool hasIssues MEMBER hasIssues)
+    Q_PROPERTY(QVariantList sections READ sectionList)
+
+public:
+    QString title;
+    QString summary;
+    bool hasIssues = false;
+    QList<Section> sections;
+
+    /// The sections, each as a Section in a QVariant, for QML's list views.
+    QVariantList sectionList() const;
+};
+
+/// The migration report: "Migration complete", "… finished with issues" (a failed or misfiled note) or
+/// "… stopped"; the notes created and images attached; then, each only when it has something, the stop,
+/// the failures, the misfiled notes, the missing images, the flattened folders, the skipped notes and the
+/// degraded wikilinks. Missing images, skipped notes, flattened folders and wikilinks alone are no issue.
+Outcome outcomeOf(const Migrator::Report &report);
+/// The export result: "Export complete", "… finished with issues" (a failure) or "… stopped"; the notes
+/// written and folders; then the stop and the failures, each only when it has something.
+Outcome outcomeOf(const NotesExporter::Result &result);
+
+/// The counts of a scanned folder that the analysis screen shows.
+struct AnalysisSummary
+{
+    Q_GADGET
+    Q_PROPERTY(qint64 notes MEMBER notes)
+    Q_PROPERTY(qint64 folders MEMBER folders)
+    Q_PROPERTY(qint64 attachmentsResolved MEMBER attachmentsResolved)
+    Q_PROPERTY(qint64 attachmentsMissing MEMBER attachmentsMissing)
+    Q_PROPERTY(qint64 wikilinks MEMBER wikilinks)
+    Q_PROPERTY(bool hasTables MEMBER hasTables)
+    Q_PROPERTY(qint64 titlesRenamed MEMBER titlesRenamed)
+    Q_PROPERTY(qint64 unreadableFiles MEMBER unreadableFiles)
+    Q_PROPERTY(qint64 unreadableFolders MEMBER unreadableFolders)
+
+public:
+    qint64 notes = 0;
+    qint64 folders = 0;
+    qint64 attachmentsResolved = 0;
+    qint64 attachmentsMissing = 0;
+    /// Wiki links of all notes together.
+    qint64 wikilinks = 0;
+    /// At least one note holds a table.
+    bool hasTables = false;
+    qint64 titlesRenamed = 0;
+    qint64 unreadableFiles = 0;
+    qint64 unreadableFolders = 0;
+
+    friend bool operator==(const AnalysisSummary &, const AnalysisSummary &) = default;
+};
+
+AnalysisSummary summaryOf(const VaultAnalysis &analysis);
+
+/// One row of the analysis screen: a symbol name, the count text and what will happen.
+struct AnalysisRow
+{
+    Q_GADGET
+    Q_PROPERTY(QString symbol MEMBER symbol)
+    Q_PROPERTY(QString count MEMBER count)
+    Q_PROPERTY(QString label MEMBER label)
+
+public:
+    QString symbol;
+    QString count;
+    QString label;
+
+    friend bool operator==(const AnalysisRow &, const AnalysisRow &) = default;
+};
+
+/// The rows, in order: notes, folders, images and wikilinks always; tables when a note has one; renamed
+/// titles, unreadable files and unreadable folders when there are any.
+QList<AnalysisRow> rowsOf(const AnalysisSummary &summary);
+
+/// A value of a Q_GADGET type as one line of compact JSON (no line break): an object of its properties in
+/// declaration order, with numbers, booleans, texts, lists of texts and lists of text pairs (each an
+/// array of two texts).
+QByteArray compactJson(const QMetaObject &type, const void *gadget);
+template<typename Gadget> QByteArray compactJson(const Gadget &gadget)
+{
+    return compactJson(Gadget::staticMetaObject, &gadget);
+}
+
+} // namespace Presentation

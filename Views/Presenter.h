@@ -1,0 +1,26 @@
+#pragma once
+
+#include "Presentation.h"
+
+#include <QObject>
+#include <QVariant>
+#include <QtQml/qqmlregistration.h>
+
+/// What the report, result and analysis screens show, for QML: the engine's texts, worked out from the
+/// value that a screen was given. That value is the controller's own (a Migrator::Report, a
+/// NotesExporter::Result, a Presentation::AnalysisSummary) or, where a screen is shown on its own, an
+/// object with the same fields by name; fields it leaves out keep their initial values.
+class Presenter : public QObject
+{
+    Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
+
+public:
+    using QObject::QObject;
+
+    Q_INVOKABLE static Presentation::Outcome reportOutcome(const QVariant &report);
+    Q_INVOKABLE static Presentation::Outcome resultOutcome(const QVariant &result);
+    /// The analysis screen's rows, each a Presentation::AnalysisRow.
+    Q_INVOKABLE static QVariantList analysisRows(const QVariant &analysis);
+};
