@@ -46,8 +46,7 @@ qint64 nanoseconds(const timespec &time)
 
 FileState stateOf(const QString &path)
 {
-    struct stat info
-    { };
+    struct stat info;
     if (::stat(QFile::encodeName(path).constData(), &info) != 0)
         return { false, u"absent"_s, 0 };
 #ifdef __APPLE__
@@ -181,9 +180,9 @@ QSqlQuery &Store::query(const char *sql, const QVariantList &values)
         prepared.setForwardOnly(true);
         if (!prepared.prepare(QString::fromLatin1(sql)))
             fail(prepared.lastError().text());
-        found = m_queries.insert(sql, prepared);
+        found = m_queries.emplace(sql, prepared).first;
     }
-    QSqlQuery &query = *found;
+    QSqlQuery &query = found->second;
     for (qsizetype i = 0; i < values.size(); ++i)
         query.bindValue(int(i), values.at(i));
     if (!query.exec())
@@ -218,8 +217,11 @@ void Store::openDatabase(Use use)
     const QString path = storePath();
     // Reading a library that is neither written nor stored yet: an empty one, kept in memory only.
     const bool inMemory = use == Use::reading && !QFileInfo::exists(path) && !stateOf(m_libraryPath).exists;
-    if (!inMemory && !QFileInfo(path).dir().exists() && !QDir().mkdir(QFileInfo(path).path()))
-        throw StoreError { u"%1: cannot make the folder for the library's store"_s.arg(QFileInfo(path).path()) };
+    // Made here and not above, so that a library in a folder that does not exist stays a failure; another
+    // run may make it at the same moment.
+    const QString folder = QFileInfo(path).path();
+    if (!inMemory && !QDir().mkdir(folder) && !QFileInfo(folder).isDir())
+        throw StoreError { u"%1: cannot make the folder for the library's store"_s.arg(folder) };
 
     m_db = QSqlDatabase::addDatabase(u"QSQLITE"_s, m_connection);
     m_db.setDatabaseName(inMemory ? u":memory:"_s : path);

@@ -2,7 +2,6 @@
 
 #include "Library.h"
 
-#include <QHash>
 #include <QList>
 #include <QSqlDatabase>
 #include <QSqlQuery>
@@ -10,6 +9,7 @@
 #include <QStringList>
 
 #include <optional>
+#include <unordered_map>
 
 /// Where fake-osascript keeps the library between runs, so that a run costs what it touches rather than
 /// the whole library: an SQLite database in the folder LIBRARY.store beside the library file LIBRARY.
@@ -110,8 +110,9 @@ private:
     QString m_libraryPath;
     QString m_connection;
     QSqlDatabase m_db;
-    /// Prepared statements by their text, kept for the run.
-    QHash<const char *, QSqlQuery> m_queries;
+    /// Prepared statements by their text, kept for the run. Node-based, so that a statement in use stays
+    /// where it is while others are added.
+    std::unordered_map<const char *, QSqlQuery> m_queries;
     bool m_inTransaction = false;
     /// Whether this run has marked the library as changed already.
     bool m_changed = false;
