@@ -1,7 +1,8 @@
 // The Notes stand-in's cost per call as its library grows: creating a note and reading a folder, each in
-// libraries of 100, 1,000 and 10,000 notes, next to a reference taken in the same run, the stand-in
-// started only to print its usage. At the end it prints every call as a multiple of the reference: the
-// same multiple at every size means a call costs what it touches, and a whole run grows linearly.
+// libraries of 100, 1,000 and 10,000 notes, next to a reference taken in turns with every call, the
+// stand-in started only to print its usage. At the end it prints every call as a multiple of the
+// reference: the same multiple at every size means a call costs what it touches, and a whole run grows
+// linearly with the number of calls.
 //
 //   build/release/Benchmarks/bench_fake_notes
 //
@@ -14,6 +15,7 @@
 #include "NotesExporter_p.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -127,25 +129,57 @@ QString createScript()
     return path;
 }
 
-/// The reference: the stand-in started, printing its usage and ending, with no library to open.
-void BM_Reference(benchmark::State &state)
+/// Per call and library size: milliseconds per call of the stand-in and of the reference, taken in
+/// turns so that both see the same load on the machine.
+struct Timing
 {
-    for (auto _ : state) {
-        if (!call({ u"--help"_s }, "Usage:"))
-            state.SkipWithError("the stand-in did not print its usage");
-    }
+    qint64 call = 0;
+    qint64 reference = 0;
+};
+std::map<std::string, std::map<int, std::pair<double, double>>> perCall;
+
+/// Runs the stand-in once, timed, adding the time to `elapsed`.
+bool timedCall(const QStringList &args, const QByteArray &expectedStart, qint64 &elapsed)
+{
+    QElapsedTimer timer;
+    timer.start();
+    const bool answered = call(args, expectedStart);
+    elapsed += timer.nsecsElapsed();
+    return answered;
+}
+
+/// The reference, outside the benchmark's own timing: the stand-in started, printing its usage and
+/// ending, with no library to open.
+void referenceCall(benchmark::State &state, Timing &timing)
+{
+    state.PauseTiming();
+    if (!timedCall({ u"--help"_s }, "Usage:", timing.reference))
+        state.SkipWithError("the stand-in did not print its usage");
+    state.ResumeTiming();
+}
+
+void record(benchmark::State &state, const char *name, int notes, const Timing &timing)
+{
+    const double calls = double(state.iterations());
+    if (calls > 0)
+        perCall[name][notes] = { double(timing.call) / 1e6 / calls, double(timing.reference) / 1e6 / calls };
+    state.counters["reference ms"] = double(timing.reference) / 1e6 / std::max(calls, 1.0);
 }
 
 void BM_ReadFolder(benchmark::State &state)
 {
-    useLibrary(int(state.range(0)));
+    const int notes = int(state.range(0));
+    useLibrary(notes);
     const QStringList args { readScript(), u"Read"_s };
     // The first run after seeding reads the library file in; the store is ready for the timed ones.
     call(args, "Read");
+    Timing timing;
     for (auto _ : state) {
-        if (!call(args, "Read"))
+        referenceCall(state, timing);
+        if (!timedCall(args, "Read", timing.call))
             state.SkipWithError("the folder was not read");
     }
+    record(state, "read a folder", notes, timing);
 }
 
 void BM_CreateNote(benchmark::State &state)
@@ -154,75 +188,53 @@ void BM_CreateNote(benchmark::State &state)
     const QByteArray &seeded = useLibrary(notes);
     const QString body = writeFile(u"body.html"_s, note(u"New"_s).value(u"body"_s).toString().toUtf8());
     int created = 0;
+    Timing timing;
     for (auto _ : state) {
         state.PauseTiming();
         writeFile(libraryFile(notes), seeded);
         call({ readScript(), u"Read"_s }, "Read");
         state.ResumeTiming();
-        if (!call({ createScript(), root, u"Target"_s, u"New note %1"_s.arg(++created), body }, "created"))
+        referenceCall(state, timing);
+        const QStringList args { createScript(), root, u"Target"_s, u"New note %1"_s.arg(++created), body };
+        if (!timedCall(args, "created", timing.call))
             state.SkipWithError("the note was not created");
     }
+    record(state, "create a note", notes, timing);
 }
 
-BENCHMARK(BM_Reference)->UseRealTime()->Unit(benchmark::kMillisecond)->Iterations(60);
 BENCHMARK(BM_ReadFolder)->Arg(100)->Arg(1000)->Arg(10000)->UseRealTime()->Unit(benchmark::kMillisecond)->Iterations(60);
 BENCHMARK(BM_CreateNote)->Arg(100)->Arg(1000)->Arg(10000)->UseRealTime()->Unit(benchmark::kMillisecond)->Iterations(30);
 
-/// The console report, followed by every call as a multiple of the reference.
-class RatioReporter : public benchmark::ConsoleReporter
+/// Every call as a multiple of its reference, and how far apart the sizes are.
+void printRatios()
 {
-public:
-    void ReportRuns(const std::vector<Run> &runs) override
-    {
-        for (const Run &run : runs) {
-            if (run.run_type == Run::RT_Iteration && !run.error_occurred)
-                m_times[run.benchmark_name()] = run.GetAdjustedRealTime();
+    std::printf("\nreference: the stand-in started only to print its usage, timed in turns with each call\n");
+    for (const char *name : { "read a folder", "create a note" }) {
+        double lowest = 0;
+        double highest = 0;
+        for (const auto &[notes, times] : perCall[name]) {
+            const auto [time, reference] = times;
+            const double ratio = reference > 0 ? time / reference : 0;
+            lowest = lowest == 0 ? ratio : std::min(lowest, ratio);
+            highest = std::max(highest, ratio);
+            std::printf("%-14s %6d notes: %6.2f ms, reference %5.2f ms, %5.2f times the reference\n", name, notes, time,
+                reference, ratio);
         }
-        ConsoleReporter::ReportRuns(runs);
+        if (lowest > 0)
+            std::printf("%-14s largest over smallest: %.2f\n", name, highest / lowest);
     }
-
-    void Finalize() override
-    {
-        ConsoleReporter::Finalize();
-        const auto reference = std::find_if(m_times.begin(), m_times.end(),
-            [](const auto &entry) { return entry.first.rfind("BM_Reference", 0) == 0; });
-        if (reference == m_times.end() || reference->second <= 0)
-            return;
-        std::printf("\nreference (the stand-in printing its usage): %.2f ms a call\n", reference->second);
-        for (const char *call : { "BM_ReadFolder", "BM_CreateNote" }) {
-            double lowest = 0;
-            double highest = 0;
-            for (const auto &[name, time] : m_times) {
-                if (name.rfind(std::string(call) + '/', 0) != 0)
-                    continue;
-                const double ratio = time / reference->second;
-                lowest = lowest == 0 ? ratio : std::min(lowest, ratio);
-                highest = std::max(highest, ratio);
-                std::printf("%-44s %7.2f ms, %5.2f times the reference\n", name.c_str(), time, ratio);
-            }
-            if (lowest > 0)
-                std::printf("%-44s largest over smallest: %.2f\n", call, highest / lowest);
-        }
-    }
-
-private:
-    std::map<std::string, double> m_times;
-};
+}
 
 } // namespace
 
 int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
-    if (!workDir().isValid()) {
-        std::fprintf(stderr, "bench_fake_notes: cannot make a temporary folder\n");
-        return 1;
-    }
+    if (!workDir().isValid())
+        qFatal("bench_fake_notes: cannot make a temporary folder");
     benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    RatioReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
+    benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
+    printRatios();
     return 0;
 }
