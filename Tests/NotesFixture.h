@@ -11,6 +11,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QList>
+#include <QProcess>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -74,9 +75,15 @@ public:
     void seed(const QByteArray &json) const { writeFile(QStringLiteral("library.json"), json); }
 
     /// The stand-in's library as it is now.
-    QJsonObject library() const
+    QJsonObject library() const { return readLibrary(libraryPath()); }
+
+    /// The stand-in's library in the file `path` as it is now. The stand-in keeps what its runs change
+    /// beside the file until asked to write it there, which this does first.
+    static QJsonObject readLibrary(const QString &path)
     {
-        QFile file(libraryPath());
+        QProcess::execute(
+            QStringLiteral(VELLORAN_FAKE_OSASCRIPT), { QStringLiteral("--library"), path, QStringLiteral("--sync") });
+        QFile file(path);
         if (!file.open(QIODevice::ReadOnly))
             return {};
         return QJsonDocument::fromJson(file.readAll()).object();

@@ -94,10 +94,7 @@ QStringList strings(const QJsonValue &array)
 
 QJsonObject readLibrary(const QString &path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    return QJsonDocument::fromJson(file.readAll()).object();
+    return NotesFixture::readLibrary(path);
 }
 
 /// A note as the stand-in keeps it.

@@ -6,7 +6,9 @@
 #include "NotesFixture.h"
 
 #include <QProcess>
+#include <QSaveFile>
 #include <QTest>
+#include <QThread>
 
 #include <memory>
 
@@ -122,6 +124,7 @@ private slots:
         QVERIFY(run.out.startsWith("Usage: fake-osascript SCRIPT-FILE [ARGUMENT...]\n"));
         for (const char *line :
             { "  --seed FILE      Check FILE (a library, \"-\" for standard input) and store it as the library.\n",
+                "  --sync           Write the changes that scripts made into the library file.\n",
                 "  --print          Print the library as JSON. A library file that does not exist is empty.\n",
                 "  --library FILE   Use FILE as the library instead of VELLORAN_FAKE_NOTES.\n",
                 "  VELLORAN_FAKE_NOTES           The library file (needed to run scripts).\n",
@@ -725,6 +728,112 @@ private slots:
         for (const QJsonValue note : fixture->folders()[0].toObject().value(u"notes"_s).toArray())
             names.insert(note.toObject().value(u"name"_s).toString());
         QCOMPARE(names.size(), 12);
+    }
+
+    // The store beside the library file
+
+    void syncWritesOnlyWhatScriptsChanged()
+    {
+        const QByteArray seeded = R"({"folders": [{"name": "F"}]})";
+        fixture->seed(seeded);
+        QCOMPARE(script(listProgram(), {}).out, (u"F"_s + RS + u'\n').toUtf8());
+        // Nothing changed: the file stays as it was written.
+        Run run = fake({ u"--sync"_s });
+        QCOMPARE(run.status, 0);
+        QCOMPARE(run.out, QByteArray());
+        QCOMPARE(run.err, QByteArray());
+        QCOMPARE(QFile(fixture->libraryPath()).size(), qint64(seeded.size()));
+
+        // A change stays in the store until --sync writes it.
+        const QString body = fixture->writeFile(u"body.html"_s, "<div>b</div>");
+        QCOMPARE(script(NotesBridge::createNoteProgram.toString(), { u"F"_s, QString(), u"N"_s, body }).out,
+            QByteArray("created\n"));
+        QCOMPARE(QFile(fixture->libraryPath()).size(), qint64(seeded.size()));
+        QCOMPARE(fake({ u"--sync"_s }).status, 0);
+        QFile file(fixture->libraryPath());
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QByteArray written = file.readAll();
+        QCOMPARE(written, printed());
+        QCOMPARE(QJsonDocument::fromJson(written).object(),
+            QJsonDocument::fromJson(R"({"folders": [{"name": "F",
+            "notes": [{"name": "N", "body": "<div>N</div><div>b</div>", "attachments": []}], "folders": []}]})")
+                .object());
+    }
+
+    void aChangedFileReplacesTheStoredLibrary()
+    {
+        fixture->seed(R"({"folders": [{"name": "A"}]})");
+        QCOMPARE(script(listProgram(), {}).out, (u"A"_s + RS + u'\n').toUtf8());
+        QCOMPARE(script(NotesBridge::ensureFolderProgram.toString(), { u"C"_s }).status, 0);
+        // Rewritten in place at once, to the same size: only its contents tell.
+        fixture->seed(R"({"folders": [{"name": "B"}]})");
+        QCOMPARE(script(listProgram(), {}).out, (u"B"_s + RS + u'\n').toUtf8());
+        // Replaced by another file, as an editor saves it.
+        QSaveFile replacement(fixture->libraryPath());
+        QVERIFY(replacement.open(QIODevice::WriteOnly));
+        replacement.write(R"({"folders": [{"name": "D"}]})");
+        QVERIFY(replacement.commit());
+        QCOMPARE(script(listProgram(), {}).out, (u"D"_s + RS + u'\n').toUtf8());
+        // Removed: an empty library.
+        QVERIFY(QFile::remove(fixture->libraryPath()));
+        QCOMPARE(script(listProgram(), {}).out, QByteArray("\n"));
+    }
+
+    void aLibraryWithoutAFileGetsOneAtItsFirstChange()
+    {
+        QCOMPARE(script(NotesBridge::ensureFolderProgram.toString(), { u"A"_s }).status, 0);
+        QCOMPARE(fixture->library(),
+            QJsonDocument::fromJson(R"({"folders": [{"name": "A", "notes": [], "folders": []}]})").object());
+        // So that removing it empties the library again.
+        QVERIFY(QFile::remove(fixture->libraryPath()));
+        QCOMPARE(script(listProgram(), {}).out, QByteArray("\n"));
+    }
+
+    void readingNothingLeavesNothing()
+    {
+        QCOMPARE(script(listProgram(), {}).out, QByteArray("\n"));
+        QCOMPARE(fake({ u"--sync"_s }).status, 0);
+        QCOMPARE(QJsonDocument::fromJson(printed()).object(), QJsonDocument::fromJson(R"({"folders": []})").object());
+        QVERIFY(!QFile::exists(fixture->libraryPath()));
+        QVERIFY(!QFileInfo::exists(fixture->libraryPath() + u".store"_s));
+    }
+
+    void aRemovedStoreIsRebuiltFromTheFile()
+    {
+        fixture->seed(R"({"folders": [{"name": "A"}]})");
+        QCOMPARE(script(NotesBridge::ensureFolderProgram.toString(), { u"B"_s }).status, 0);
+        QCOMPARE(fake({ u"--sync"_s }).status, 0);
+        QVERIFY(QDir(fixture->libraryPath() + u".store"_s).removeRecursively());
+        QCOMPARE(script(listProgram(), {}).out, (u"A"_s + RS + u"B"_s + RS + u'\n').toUtf8());
+    }
+
+    void killedRunsLeaveAUsableLibrary()
+    {
+        fixture->seed(R"({"folders": [{"name": "F"}]})");
+        const QString body = fixture->writeFile(u"body.html"_s, "x");
+        const QString program
+            = fixture->writeFile(u"create.applescript"_s, NotesBridge::createNoteProgram.toString().toUtf8());
+        // Killed at different points of their runs, from before the store is open to after it is written.
+        for (int i = 0; i < 16; ++i) {
+            QProcess process;
+            process.start(
+                QStringLiteral(VELLORAN_FAKE_OSASCRIPT), { program, u"F"_s, QString(), u"note %1"_s.arg(i), body });
+            QVERIFY(process.waitForStarted(-1));
+            QThread::usleep(1000UL * ulong(i));
+            process.kill();
+            process.waitForFinished(-1);
+        }
+        const Run run = script(NotesBridge::createNoteProgram.toString(), { u"F"_s, QString(), u"last"_s, body });
+        QCOMPARE(run.err, QByteArray());
+        QCOMPARE(run.out, QByteArray("created\n"));
+        // Every note that made it is whole, and the last one is there.
+        const QJsonArray notes = fixture->folders()[0].toObject().value(u"notes"_s).toArray();
+        QVERIFY(!notes.isEmpty());
+        for (const QJsonValue note : notes) {
+            const QString name = note.toObject().value(u"name"_s).toString();
+            QCOMPARE(note.toObject().value(u"body"_s).toString(), u"<div>%1</div>x"_s.arg(name));
+        }
+        QCOMPARE(notes.last().toObject().value(u"name"_s).toString(), u"last"_s);
     }
 };
 

@@ -6,7 +6,7 @@ set -euo pipefail
 
 debian_packages=(
     g++ cmake ninja-build clang-format python3
-    qt6-base-dev qt6-declarative-dev qt6-svg-dev qt6-tools-dev qt6-l10n-tools
+    qt6-base-dev libqt6sql6-sqlite qt6-declarative-dev qt6-svg-dev qt6-tools-dev qt6-l10n-tools
     qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-templates
     qml6-module-qtquick-layouts qml6-module-qtquick-shapes qml6-module-qtquick-dialogs
     qml6-module-qtquick-window qml6-module-qtqml-workerscript qml6-module-qttest

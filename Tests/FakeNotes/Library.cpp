@@ -1,6 +1,5 @@
 #include "Library.h"
 
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -161,17 +160,6 @@ QJsonArray foldersToJson(const QList<Folder> &folders)
     return array;
 }
 
-void collect(
-    QList<Folder> &folders, const QString &account, Folder *parent, const QString &idPrefix, QList<Placed> &into)
-{
-    for (qsizetype i = 0; i < folders.size(); ++i) {
-        Folder &folder = folders[i];
-        const QString id = idPrefix + u'-' + QString::number(i + 1);
-        into.append({ &folder, account, parent, id });
-        collect(folder.folders, account, &folder, id, into);
-    }
-}
-
 } // namespace
 
 std::optional<Library> fromJson(const QByteArray &json, QString *error)
@@ -213,51 +201,14 @@ QByteArray toJson(const Library &library)
     return QJsonDocument(root).toJson(QJsonDocument::Indented);
 }
 
-std::optional<Library> load(const QString &path, QString *error)
-{
-    QFile file(path);
-    if (!file.exists())
-        return Library {};
-    if (!file.open(QIODevice::ReadOnly)) {
-        *error = u"%1: %2"_s.arg(path, file.errorString());
-        return std::nullopt;
-    }
-    QString problem;
-    std::optional<Library> library = fromJson(file.readAll(), &problem);
-    if (!library)
-        *error = u"%1: %2"_s.arg(path, problem);
-    return library;
-}
-
-bool save(const Library &library, const QString &path, QString *error)
+bool save(const QByteArray &json, const QString &path, QString *error)
 {
     QSaveFile file(path);
-    const QByteArray json = toJson(library);
     if (!file.open(QIODevice::WriteOnly) || file.write(json) != json.size() || !file.commit()) {
         *error = u"%1: %2"_s.arg(path, file.errorString());
         return false;
     }
     return true;
-}
-
-QList<Placed> placedFolders(Library &library)
-{
-    const QString prefix = u"x-coredata://FakeNotes/ICFolder/p"_s;
-    QList<Placed> placed;
-    collect(library.folders, QStringView(defaultAccountName).toString(), nullptr, prefix + u'0', placed);
-    for (qsizetype i = 0; i < library.accounts.size(); ++i) {
-        Account &account = library.accounts[i];
-        collect(account.folders, account.name, nullptr, prefix + QString::number(i + 1), placed);
-    }
-    return placed;
-}
-
-QList<Folder *> allFolders(Library &library)
-{
-    QList<Folder *> folders;
-    for (const Placed &place : placedFolders(library))
-        folders.append(place.folder);
-    return folders;
 }
 
 } // namespace FakeLibrary

@@ -8,8 +8,8 @@
 #include <optional>
 
 /// The Notes library that fake-osascript keeps: the folders of the default account ("iCloud"), each with
-/// its notes and its subfolders, and optionally further accounts with folders of their own. Stored as
-/// JSON (see README.md):
+/// its notes and its subfolders, and optionally further accounts with folders of their own. Its file is
+/// JSON (see README.md); between runs it is kept in a Store.
 ///
 ///     { "folders": [ { "name": "Notes",
 ///                      "notes": [ { "name": "Hello", "body": "<div>Hello</div>", "attachments": [] } ],
@@ -51,20 +51,6 @@ struct Library
     QList<Account> accounts;
 };
 
-/// A folder with where it lives: what the application's `folders` element gives for it.
-struct Placed
-{
-    Folder *folder;
-    /// The name of the folder's account.
-    QString account;
-    /// The folder that holds it; null for a top-level folder, whose container is its account.
-    Folder *parent;
-    /// The folder's `id`: "x-coredata://FakeNotes/ICFolder/p" and its place, account number first (0 for
-    /// the default account) then the 1-based position at each depth, joined by "-". Stable as long as no
-    /// folder is removed, which the stand-in never does.
-    QString id;
-};
-
 /// The library held by `json`. On malformed JSON or an unexpected shape, no result and `error` says
 /// where the problem is.
 std::optional<Library> fromJson(const QByteArray &json, QString *error);
@@ -72,19 +58,8 @@ std::optional<Library> fromJson(const QByteArray &json, QString *error);
 /// The library as indented JSON, with a final line feed.
 QByteArray toJson(const Library &library);
 
-/// The library in the file at `path`; a file that does not exist holds an empty library. On failure,
-/// no result and `error` says why.
-std::optional<Library> load(const QString &path, QString *error);
-
-/// Writes the library to `path` atomically. On failure returns false and `error` says why.
-bool save(const Library &library, const QString &path, QString *error);
-
-/// Every folder of every account, depth first, in library order: the default account's first, and a
-/// folder before its subfolders. This is the order in which the application's `folders` lists them and
-/// in which `folder <name>` finds one by name.
-QList<Folder *> allFolders(Library &library);
-
-/// The same folders in the same order, each with its account, parent and id.
-QList<Placed> placedFolders(Library &library);
+/// Writes `json` to the library file `path` atomically: a reader sees the old file or the new one, never
+/// a part. On failure returns false and `error` says why.
+bool save(const QByteArray &json, const QString &path, QString *error);
 
 } // namespace FakeLibrary

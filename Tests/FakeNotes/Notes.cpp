@@ -1,18 +1,17 @@
 #include "Notes.h"
 
-#include "Library.h"
+#include "Store.h"
 
 #include <QFile>
 #include <QFileInfo>
-#include <QLockFile>
 #include <QThread>
 
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
-using FakeLibrary::Folder;
-using FakeLibrary::Library;
 using FakeLibrary::Note;
+using FakeLibrary::Store;
+using FakeLibrary::StoredFolder;
 using FakePrograms::Program;
 
 namespace FakeNotes {
@@ -127,10 +126,10 @@ QString storedTag(QStringView tag)
 class Session
 {
 public:
-    Session(Program program, const QStringList &args, Library &library, const Switches &switches)
+    Session(Program program, const QStringList &args, Store &store, const Switches &switches)
         : m_program(program)
         , m_args(args)
-        , m_library(library)
+        , m_store(store)
         , m_switches(switches)
     { }
 
@@ -158,12 +157,10 @@ public:
         return std::nullopt;
     }
 
-    bool changed = false;
-
 private:
     Program m_program;
     QStringList m_args;
-    Library &m_library;
+    Store &m_store;
     const Switches &m_switches;
 
     QString item(qsizetype number, const QString &source)
@@ -192,33 +189,14 @@ private:
             throw ScriptError { u"Notes got an error: AppleEvent handler failed."_s, -10000, source };
     }
 
-    /// `folder <name>` of the application: the first folder of that name, at any depth.
-    Folder *findFolder(const QString &name)
-    {
-        for (Folder *folder : FakeLibrary::allFolders(m_library)) {
-            if (folder->name == name)
-                return folder;
-        }
-        return nullptr;
-    }
-
-    Folder &folderNamed(const QString &name, const QString &source)
+    StoredFolder folderNamed(const QString &name, const QString &source)
     {
         tellNotes(source);
         failIfSwitched(m_switches.failingFolders, name, source);
-        Folder *folder = findFolder(name);
+        std::optional<StoredFolder> folder = m_store.firstFolderNamed(name);
         if (!folder)
             throw ScriptError { u"Notes got an error: Can’t get folder %1."_s.arg(quoted(name)), -1728, source };
         return *folder;
-    }
-
-    static Folder *subfolder(Folder &parent, const QString &name)
-    {
-        for (Folder &folder : parent.folders) {
-            if (folder.name == name)
-                return &folder;
-        }
-        return nullptr;
     }
 
     void ensureFolder()
@@ -227,22 +205,20 @@ private:
         tellNotes(source);
         const QString name = item(1, source);
         failIfSwitched(m_switches.failingFolders, name, source);
-        if (findFolder(name))
+        if (m_store.firstFolderNamed(name))
             return;
-        m_library.folders.append(Folder { name, {}, {} });
-        changed = true;
+        m_store.addFolder(name);
     }
 
     void ensureSubfolder()
     {
         const QString rootName = item(1, u"item 1 of argv"_s);
         const QString subName = item(2, u"item 2 of argv"_s);
-        Folder &root = folderNamed(rootName, u"folder rootName"_s);
+        const StoredFolder root = folderNamed(rootName, u"folder rootName"_s);
         failIfSwitched(m_switches.failingFolders, subName, u"exists folder subName of rootFolder"_s);
-        if (subfolder(root, subName))
+        if (m_store.subfolderNamed(root, subName))
             return;
-        root.folders.append(Folder { subName, {}, {} });
-        changed = true;
+        m_store.addSubfolder(root, subName);
     }
 
     QString createNote()
@@ -258,34 +234,33 @@ private:
             throw ScriptError { u"File %1 wasn’t found."_s.arg(htmlPath), -43, readSource };
         const QString bodyHtml = QString::fromUtf8(bodyFile.readAll());
 
-        Folder *target = &folderNamed(rootName, u"folder rootName"_s);
+        std::optional<StoredFolder> target = folderNamed(rootName, u"folder rootName"_s);
         if (!subName.isEmpty()) {
             const QString source = u"folder subName of (folder rootName)"_s;
             failIfSwitched(m_switches.failingFolders, subName, source);
-            target = subfolder(*target, subName);
+            target = m_store.subfolderNamed(*target, subName);
             if (!target)
                 throw ScriptError { u"Notes got an error: Can’t get folder %1 of folder %2."_s.arg(
                                         quoted(subName), quoted(rootName)),
                     -1728, source };
         }
-        for (const Note &note : target->notes) {
-            if (note.name == noteName)
-                return u"skipped"_s;
-        }
+        if (m_store.hasNoteNamed(*target, noteName))
+            return u"skipped"_s;
 
         failIfSwitched(m_switches.failingNotes, noteName,
             u"make new note at targetFolder with properties {name:noteName, body:bodyHTML}"_s);
-        target->notes.append(Note { noteName, bodyAsStored(noteName, bodyHtml), {} });
-        changed = true;
-        Note &note = target->notes.last();
+        Note note { noteName, bodyAsStored(noteName, bodyHtml), {} };
         // An attachment that fails leaves the note in place with the attachments made so far.
         for (qsizetype i = 4; i < m_args.size(); ++i) {
             const QString path = m_args.at(i);
-            if (!QFileInfo(path).isFile())
+            if (!QFileInfo(path).isFile()) {
+                m_store.addNote(*target, note);
                 throw ScriptError { u"Notes got an error: File %1 wasn’t found."_s.arg(path), -43,
                     u"make new attachment with data (POSIX file (item i of argv))"_s };
+            }
             note.attachments.append(QFileInfo(path).fileName());
         }
+        m_store.addNote(*target, note);
         return u"created"_s;
     }
 
@@ -293,8 +268,8 @@ private:
     {
         tellNotes(u"folders"_s);
         QString out;
-        for (const Folder *folder : FakeLibrary::allFolders(m_library))
-            out += stripSeps(folder->name) + recordSep;
+        for (const QString &name : m_store.folderNames())
+            out += stripSeps(name) + recordSep;
         return out;
     }
 
@@ -302,9 +277,9 @@ private:
     {
         tellNotes(u"folders"_s);
         QString out;
-        for (const FakeLibrary::Placed &place : FakeLibrary::placedFolders(m_library)) {
-            out += stripSeps(place.id) + fieldSep + stripSeps(place.folder->name) + fieldSep + stripSeps(place.account)
-                + fieldSep + (place.parent ? stripSeps(place.parent->name) : QString()) + recordSep;
+        for (const FakeLibrary::FolderDetails &folder : m_store.folderDetails()) {
+            out += stripSeps(folder.id) + fieldSep + stripSeps(folder.name) + fieldSep + stripSeps(folder.account)
+                + fieldSep + stripSeps(folder.parent) + recordSep;
         }
         return out;
     }
@@ -315,17 +290,13 @@ private:
         const QString id = item(1, u"item 1 of argv"_s);
         const QString source = u"folder id fId"_s;
         tellNotes(source);
-        const Folder *folder = nullptr;
-        for (const FakeLibrary::Placed &place : FakeLibrary::placedFolders(m_library)) {
-            if (place.id == id)
-                folder = place.folder;
-        }
+        const std::optional<StoredFolder> folder = m_store.folderWithId(id);
         if (!folder)
             throw ScriptError { u"Notes got an error: Can’t get folder id %1."_s.arg(quoted(id)), -1728, source };
         failIfSwitched(m_switches.failingFolders, folder->name, source);
         const QString folderClean = stripSeps(folder->name);
         QString out;
-        for (const Note &note : folder->notes) {
+        for (const Note &note : m_store.notes(*folder)) {
             const QString noteName = note.name ? stripSeps(*note.name) : u"(untitled)"_s;
             QString body = stripSeps(note.body);
             if (note.name && m_switches.failingNotes.contains(*note.name))
@@ -342,12 +313,12 @@ private:
         const QString source = u"exists folder fName"_s;
         tellNotes(source);
         failIfSwitched(m_switches.failingFolders, name, source);
-        const Folder *folder = findFolder(name);
+        const std::optional<StoredFolder> folder = m_store.firstFolderNamed(name);
         if (!folder)
             return QString();
         const QString folderClean = stripSeps(folder->name);
         QString out;
-        for (const Note &note : folder->notes) {
+        for (const Note &note : m_store.notes(*folder)) {
             const QString noteName = note.name ? stripSeps(*note.name) : u"(untitled)"_s;
             QString body = note.body;
             if (note.name && m_switches.failingNotes.contains(*note.name))
@@ -432,27 +403,23 @@ Outcome perform(Program program, const QString &scriptPath, const QStringList &a
     if (switches.delayMs > 0)
         QThread::msleep(ulong(switches.delayMs));
 
-    // Two runs at once must not lose each other's changes.
-    QLockFile lock(libraryPath + u".lock"_s);
-    if (changesLibrary(program))
-        lock.lock();
-
-    QString problem;
-    std::optional<Library> library = FakeLibrary::load(libraryPath, &problem);
-    if (!library)
-        return { {}, u"fake-osascript: %1\n"_s.arg(problem).toUtf8(), 1 };
-
-    Session session(program, args, *library, switches);
-    Outcome outcome;
     try {
-        if (const std::optional<QString> result = session.run())
-            outcome.standardOutput = (*result + u'\n').toUtf8();
-    } catch (const ScriptError &error) {
-        outcome = { {}, executionError(scriptPath, FakePrograms::text(program), error), 1 };
+        // Waits for any other run, so that two runs at once do not lose each other's changes.
+        Store store(libraryPath, changesLibrary(program) ? Store::Use::changing : Store::Use::reading);
+        Session session(program, args, store, switches);
+        Outcome outcome;
+        try {
+            if (const std::optional<QString> result = session.run())
+                outcome.standardOutput = (*result + u'\n').toUtf8();
+        } catch (const ScriptError &error) {
+            // What the program did before the error stays done, as in Notes.
+            outcome = { {}, executionError(scriptPath, FakePrograms::text(program), error), 1 };
+        }
+        store.commit();
+        return outcome;
+    } catch (const FakeLibrary::StoreError &error) {
+        return { {}, u"fake-osascript: %1\n"_s.arg(error.message).toUtf8(), 1 };
     }
-    if (session.changed && !FakeLibrary::save(*library, libraryPath, &problem))
-        return { {}, u"fake-osascript: %1\n"_s.arg(problem).toUtf8(), 1 };
-    return outcome;
 }
 
 } // namespace FakeNotes

@@ -40,7 +40,7 @@ struct Outcome
 };
 
 /// Runs `program`, read from the script file `scriptPath`, with the arguments `args`, against the library
-/// in the file `libraryPath`, and writes the library back when the program changed it.
+/// of the file `libraryPath`, and keeps what the program changed in the library's store (see Store.h).
 Outcome perform(FakePrograms::Program program, const QString &scriptPath, const QStringList &args,
     const QString &libraryPath, const Switches &switches);
 

@@ -4,6 +4,7 @@
 #include "Library.h"
 #include "Notes.h"
 #include "Programs.h"
+#include "Store.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -23,6 +24,7 @@ namespace {
 
 const char helpText[] = R"help(Usage: fake-osascript SCRIPT-FILE [ARGUMENT...]
        fake-osascript [--library FILE] --seed FILE
+       fake-osascript [--library FILE] --sync
        fake-osascript [--library FILE] --print
        fake-osascript --help
 
@@ -51,6 +53,7 @@ Running a script
 
 Terminal use
   --seed FILE      Check FILE (a library, "-" for standard input) and store it as the library.
+  --sync           Write the changes that scripts made into the library file.
   --print          Print the library as JSON. A library file that does not exist is empty.
   --library FILE   Use FILE as the library instead of VELLORAN_FAKE_NOTES.
   --help           Show this text.
@@ -63,7 +66,10 @@ Library (JSON)
     "accounts": [ { "name": "On My Mac",
                     "folders": [ { "name": "Work", "notes": [], "folders": [] } ] } ] }
   Every key but a folder's or an account's "name" may be left out. A note without "name" is one whose name Notes
-  cannot give. The file is written atomically whenever a script changes it.
+  cannot give.
+  Scripts keep their changes in FILE.store, a folder beside the library file FILE, so that a run costs what
+  it touches; the file is written, atomically, by --sync and at the first change to a library without a
+  file. A library file that changes (a new seed, an edit, its removal) replaces the library of the store.
 
 Environment
   VELLORAN_FAKE_NOTES           The library file (needed to run scripts).
@@ -128,27 +134,42 @@ int seed(const QString &from, const QString &libraryPath)
     const std::optional<FakeLibrary::Library> library = FakeLibrary::fromJson(input.readAll(), &problem);
     if (!library)
         return fail(u"%1: %2"_s.arg(from, problem));
-    if (!FakeLibrary::save(*library, libraryPath, &problem))
+    if (!FakeLibrary::save(FakeLibrary::toJson(*library), libraryPath, &problem))
         return fail(problem);
     return 0;
 }
 
 int print(const QString &libraryPath)
 {
-    QString problem;
-    const std::optional<FakeLibrary::Library> library = FakeLibrary::load(libraryPath, &problem);
-    if (!library)
-        return fail(problem);
-    writeTo(stdout, FakeLibrary::toJson(*library));
+    try {
+        FakeLibrary::Store store(libraryPath, FakeLibrary::Store::Use::reading);
+        writeTo(stdout, FakeLibrary::toJson(store.library()));
+        store.commit();
+    } catch (const FakeLibrary::StoreError &error) {
+        return fail(error.message);
+    }
     return 0;
 }
 
-/// Terminal use: --help, --seed, --print and --library.
+int sync(const QString &libraryPath)
+{
+    try {
+        FakeLibrary::Store store(libraryPath, FakeLibrary::Store::Use::reading);
+        store.writeBack();
+        store.commit();
+    } catch (const FakeLibrary::StoreError &error) {
+        return fail(error.message);
+    }
+    return 0;
+}
+
+/// Terminal use: --help, --seed, --sync, --print and --library.
 int runOptions(const QStringList &args)
 {
     QString libraryPath = qEnvironmentVariable("VELLORAN_FAKE_NOTES");
     std::optional<QString> seedFrom;
     bool printLibrary = false;
+    bool syncLibrary = false;
     for (qsizetype i = 0; i < args.size(); ++i) {
         const QString &arg = args.at(i);
         if (arg == u"--help" || arg == u"-h") {
@@ -157,6 +178,8 @@ int runOptions(const QStringList &args)
         }
         if (arg == u"--print") {
             printLibrary = true;
+        } else if (arg == u"--sync") {
+            syncLibrary = true;
         } else if (arg == u"--seed" && i + 1 < args.size()) {
             seedFrom = args.at(++i);
         } else if (arg == u"--library" && i + 1 < args.size()) {
@@ -171,9 +194,13 @@ int runOptions(const QStringList &args)
         if (const int status = seed(*seedFrom, libraryPath))
             return status;
     }
+    if (syncLibrary) {
+        if (const int status = sync(libraryPath))
+            return status;
+    }
     if (printLibrary)
         return print(libraryPath);
-    if (!seedFrom)
+    if (!seedFrom && !syncLibrary)
         return fail(u"nothing to do (see --help)"_s, 2);
     return 0;
 }

@@ -8,6 +8,7 @@
 #include <QGuiApplication>
 #include <QImage>
 #include <QJsonDocument>
+#include <QProcess>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QSaveFile>
@@ -75,6 +76,9 @@ void ScreenFixture::seedNotes(const QString &json)
 
 QVariant ScreenFixture::notesLibrary() const
 {
+    // The stand-in keeps what its runs change beside the library file until asked to write it there.
+    QProcess::execute(QStringLiteral(VELLORAN_FAKE_OSASCRIPT),
+        { u"--library"_s, qEnvironmentVariable("VELLORAN_FAKE_NOTES"), u"--sync"_s });
     QFile file(qEnvironmentVariable("VELLORAN_FAKE_NOTES"));
     if (!file.open(QIODevice::ReadOnly))
         return {};
