@@ -289,7 +289,9 @@ qint64 unreadableFileCount(const VaultAnalysis &analysis)
 
 const QSet<QString> &imageExtensions()
 {
-    // Deliberately no "tif" and no "pdf".
+    // The files the vault-wide image search finds by name. "tif" and "pdf" are left out: a "report.pdf" or
+    // "scan.tif" elsewhere in the vault is not attached to a note that names it; beside the note or at the
+    // vault's root, any existing file is.
     static const QSet<QString> extensions { u"png"_s, u"jpg"_s, u"jpeg"_s, u"gif"_s, u"heic"_s, u"webp"_s, u"bmp"_s,
         u"tiff"_s, u"svg"_s };
     return extensions;

@@ -197,7 +197,7 @@ class tst_NotesExporterWrite : public QObject
     Q_OBJECT
 
 private slots:
-    // MARK: File names
+    // File names
 
     void sanitizeFilename_data()
     {
@@ -343,7 +343,7 @@ private slots:
         QCOMPARE(NotesExporter::createFolder(space.path(u"file/sub"_s)), std::optional(systemText(ENOTDIR)));
     }
 
-    // MARK: exportNotes
+    // Writing whole runs
 
     void writesOneFilePerNote()
     {

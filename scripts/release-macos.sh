@@ -14,12 +14,8 @@
 # check the result with spctl.
 set -euo pipefail
 
-if [ $# -lt 2 ]; then
-    echo "usage: $0 SIGNING_IDENTITY NOTARY_PROFILE [cmake option]..." >&2
-    exit 2
-fi
-identity=$1
-profile=$2
+(($# >= 2)) || { echo "usage: $0 SIGNING_IDENTITY NOTARY_PROFILE [cmake option]..." >&2; exit 2; }
+identity=$1 profile=$2
 shift 2
 if [ "$(uname -s)" != Darwin ]; then
     echo "release-macos: runs on macOS only" >&2
