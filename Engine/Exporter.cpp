@@ -439,7 +439,7 @@ QCoro::Task<> Exporter::exportNotes(QStringList selectedFolders, QUrl to)
     });
     const NotesExporter::StopCheck shouldStop = [stopFlag] { return stopFlag->load(); };
     QFuture<NotesExporter::Result> writing
-        = QtConcurrent::run(NotesExporter::exportNotes, reads.records, to, progress, shouldStop);
+        = QtConcurrent::run(NotesExporter::exportNotes, reads.records, to, progress, shouldStop, m_exportOptions);
     NotesExporter::Result result = co_await writing;
     if (!self)
         co_return;

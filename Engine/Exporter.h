@@ -84,6 +84,9 @@ public:
     /// name; one that is neither is listed as failed. Folders are read in list order, each once, and
     /// same-named ones are written into distinct subfolders ("Notes", "Notes (2)").
     QCoro::Task<> exportNotes(QStringList selectedFolders, QUrl to);
+    /// What the next exports do beyond the plain export; none of it unless set.
+    const NotesExporter::ExportOptions &exportOptions() const { return m_exportOptions; }
+    void setExportOptions(const NotesExporter::ExportOptions &options) { m_exportOptions = options; }
     /// exportNotes for QML, which can wait for it with `.then()`.
     Q_INVOKABLE QCoro::QmlTask exportFolders(const QStringList &selectedFolders, const QUrl &to);
     /// The choices, among `selection`, that are neither a label nor a name of the folders last loaded.
@@ -142,5 +145,6 @@ private:
     std::shared_ptr<std::atomic_bool> m_stopRequested;
     /// The stop signal of the scripts of the export under way.
     QPointer<ScriptRunner::StopSignal> m_stop;
+    NotesExporter::ExportOptions m_exportOptions;
     std::chrono::milliseconds m_stopGrace = std::chrono::seconds(5);
 };

@@ -3,6 +3,7 @@
 #include "Errors.h"
 #include "ScriptRunner.h"
 
+#include <QDateTime>
 #include <QList>
 #include <QSet>
 #include <QString>
@@ -29,6 +30,11 @@ struct NoteRecord
     QString folder;
     QString name;
     QString html;
+    /// Notes' id of the note, and its creation and modification dates; empty unless the folder was read
+    /// with the program that also gives them (an export that keeps dates, updates or links notes).
+    QString id {};
+    QDateTime created {};
+    QDateTime modified {};
 
     friend bool operator==(const NoteRecord &, const NoteRecord &) = default;
 };
@@ -38,7 +44,7 @@ struct FolderEntry
 {
     /// Notes' id of the folder; empty when the folder list came from the plain list program, which
     /// gives names only.
-    QString id;
+    QString id {};
     QString name;
     /// The name of the folder's account; empty when not known.
     QString account;
@@ -86,6 +92,31 @@ public:
         return sorted;
     }
     void setFolderList(const QStringList &list) { folders = QSet<QString>(list.cbegin(), list.cend()); }
+};
+
+/// What an export does beyond writing each note's Markdown as it comes. Everything is off unless asked
+/// for, and an export without options writes exactly what it always has.
+struct ExportOptions
+{
+    /// Each `data:` image is written once as a file in an "attachments" subfolder of the note's folder,
+    /// and the Markdown refers to it by relative path, instead of holding it inline.
+    bool imagesAsFiles = false;
+    /// The note's creation and modification dates as YAML frontmatter, and as the file's modification time.
+    bool dates = false;
+    /// A link to another note becomes a wiki link to that note's exported file.
+    bool noteLinks = false;
+    /// Notes' Title and Heading paragraphs become Markdown headings.
+    bool headings = false;
+    /// A previous export into the same folder is updated in place instead of written beside.
+    bool update = false;
+
+    /// Links between notes are rewritten when asked for, and whenever images or dates are kept: such an
+    /// export is meant to be lived in.
+    bool linksBetweenNotes() const { return noteLinks || imagesAsFiles || dates; }
+    /// The notes must be read with their ids and dates.
+    bool needsIdsAndDates() const { return dates || update || linksBetweenNotes(); }
+
+    friend bool operator==(const ExportOptions &, const ExportOptions &) = default;
 };
 
 /// Called before each note with i/n and the note's name, and once at the end with 1.0 and "".
@@ -138,7 +169,7 @@ using StopCheck = std::function<bool()>;
 /// Result::failed.
 /// `shouldStop`, when given, lets a caller end the run after the note being written.
 Result exportNotes(const QList<NoteRecord> &notes, const QUrl &to, const ProgressCallback &progress = {},
-    const StopCheck &shouldStop = {});
+    const StopCheck &shouldStop = {}, const ExportOptions &options = {});
 
 /// A text safe as one file or folder name; may be empty.
 QString sanitizeFilename(const QString &name);

@@ -342,8 +342,8 @@ QString sanitizeFilename(const QString &name)
     return cutToUtf8Bytes(text, maxNameBytes);
 }
 
-Result exportNotes(
-    const QList<NoteRecord> &notes, const QUrl &to, const ProgressCallback &progress, const StopCheck &shouldStop)
+Result exportNotes(const QList<NoteRecord> &notes, const QUrl &to, const ProgressCallback &progress,
+    const StopCheck &shouldStop, [[maybe_unused]] const ExportOptions &options)
 {
     Result result;
     const QString destination = to.toLocalFile();
