@@ -1,8 +1,11 @@
 #include "Presentation.h"
 
+#include <QByteArrayList>
 #include <QCoreApplication>
+#include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QJsonObject>
 #include <QMetaProperty>
 
 #include <algorithm>
@@ -53,11 +56,7 @@ QString summaryLine(const QString &first, const QString &second)
 
 QVariantList Outcome::sectionList() const
 {
-    QVariantList list;
-    list.reserve(sections.size());
-    for (const Section &section : sections)
-        list.append(QVariant::fromValue(section));
-    return list;
+    return variantList(sections);
 }
 
 Outcome outcomeOf(const Migrator::Report &report)
@@ -192,11 +191,65 @@ QList<AnalysisRow> rowsOf(const AnalysisSummary &summary)
     return rows;
 }
 
+QVariantList AnalysisListing::noteList() const
+{
+    return variantList(notes);
+}
+
+QVariantList AnalysisListing::unreadableList() const
+{
+    return variantList(unreadable);
+}
+
+AnalysisListing listingOf(const VaultAnalysis &analysis, const QString &vaultPath)
+{
+    const QDir vault(vaultPath);
+    AnalysisListing listing;
+    for (const VaultAnalysis::Note &note : analysis.notes)
+        listing.notes.append(
+            { vault.relativeFilePath(note.fileURL.toLocalFile()), note.relativeFolder, note.title, note.imageRefs,
+                note.wikilinks, note.hasTables, note.hasTasks, note.frontmatterStripped, note.titleRenamed });
+    listing.folders = analysis.folders.values();
+    listing.folders.sort();
+    listing.attachmentsResolved = analysis.attachmentsResolved;
+    listing.attachmentsMissing = analysis.attachmentsMissing;
+    for (const auto &[path, reason] : analysis.unreadable)
+        listing.unreadable.append({ path, reason });
+    listing.titlesRenamed = analysis.titlesRenamed;
+    return listing;
+}
+
 namespace {
+
+bool holdsGadget(const QVariant &value)
+{
+    return value.metaType().flags().testFlag(QMetaType::IsGadget);
+}
+
+QJsonValue jsonValue(const QVariant &value);
+
+/// A gadget's properties as a JSON object (which keeps its keys sorted).
+QJsonObject jsonObject(const QMetaObject &type, const void *gadget)
+{
+    QJsonObject object;
+    for (int i = type.propertyOffset(); i < type.propertyCount(); ++i) {
+        const QMetaProperty property = type.property(i);
+        object.insert(QString::fromLatin1(property.name()), jsonValue(property.readOnGadget(gadget)));
+    }
+    return object;
+}
 
 /// One property value as JSON.
 QJsonValue jsonValue(const QVariant &value)
 {
+    if (holdsGadget(value))
+        return jsonObject(*value.metaType().metaObject(), value.constData());
+    if (value.metaType() == QMetaType::fromType<QVariantList>()) {
+        QJsonArray array;
+        for (const QVariant &item : value.toList())
+            array.append(jsonValue(item));
+        return array;
+    }
     if (value.metaType() == QMetaType::fromType<Pairs>()) {
         QJsonArray array;
         for (const auto &[first, second] : value.value<Pairs>())
@@ -212,22 +265,40 @@ QJsonValue jsonValue(const QVariant &value)
     return value.toLongLong();
 }
 
+/// One property value as compact JSON, with the properties of a gadget in declaration order.
+QByteArray compactValue(const QVariant &value)
+{
+    if (holdsGadget(value))
+        return compactJson(*value.metaType().metaObject(), value.constData());
+    if (value.metaType() == QMetaType::fromType<QVariantList>()) {
+        QByteArrayList items;
+        for (const QVariant &item : value.toList())
+            items.append(compactValue(item));
+        return '[' + items.join(',') + ']';
+    }
+    // Through QJsonDocument, for the same escaping and number format everywhere.
+    const QByteArray array = QJsonDocument(QJsonArray { jsonValue(value) }).toJson(QJsonDocument::Compact);
+    return array.mid(1, array.size() - 2);
+}
+
 } // namespace
 
 QByteArray compactJson(const QMetaObject &type, const void *gadget)
 {
-    // Written by hand so that the fields keep their declaration order (a QJsonObject sorts its keys); each
-    // value goes through QJsonDocument for the same escaping and number format everywhere.
+    // Written by hand so that the fields keep their declaration order (a QJsonObject sorts its keys).
     QByteArray json = "{";
     for (int i = type.propertyOffset(); i < type.propertyCount(); ++i) {
         const QMetaProperty property = type.property(i);
-        const QByteArray value
-            = QJsonDocument(QJsonArray { jsonValue(property.readOnGadget(gadget)) }).toJson(QJsonDocument::Compact);
         if (json.size() > 1)
             json += ',';
-        json += '"' + QByteArray(property.name()) + "\":" + value.mid(1, value.size() - 2);
+        json += '"' + QByteArray(property.name()) + "\":" + compactValue(property.readOnGadget(gadget));
     }
     return json + '}';
+}
+
+QByteArray indentedJson(const QMetaObject &type, const void *gadget)
+{
+    return QJsonDocument(jsonObject(type, gadget)).toJson(QJsonDocument::Indented);
 }
 
 } // namespace Presentation
