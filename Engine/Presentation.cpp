@@ -5,7 +5,6 @@
 #include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QJsonObject>
 #include <QMetaProperty>
 
 #include <algorithm>
@@ -206,9 +205,7 @@ AnalysisListing listingOf(const VaultAnalysis &analysis, const QString &vaultPat
     const QDir vault(vaultPath);
     AnalysisListing listing;
     for (const VaultAnalysis::Note &note : analysis.notes)
-        listing.notes.append(
-            { vault.relativeFilePath(note.fileURL.toLocalFile()), note.relativeFolder, note.title, note.imageRefs,
-                note.wikilinks, note.hasTables, note.hasTasks, note.frontmatterStripped, note.titleRenamed });
+        listing.notes.append({ vault.relativeFilePath(note.fileURL.toLocalFile()), note });
     listing.folders = analysis.folders.values();
     listing.folders.sort();
     listing.attachmentsResolved = analysis.attachmentsResolved;
@@ -226,30 +223,9 @@ bool holdsGadget(const QVariant &value)
     return value.metaType().flags().testFlag(QMetaType::IsGadget);
 }
 
-QJsonValue jsonValue(const QVariant &value);
-
-/// A gadget's properties as a JSON object (which keeps its keys sorted).
-QJsonObject jsonObject(const QMetaObject &type, const void *gadget)
-{
-    QJsonObject object;
-    for (int i = type.propertyOffset(); i < type.propertyCount(); ++i) {
-        const QMetaProperty property = type.property(i);
-        object.insert(QString::fromLatin1(property.name()), jsonValue(property.readOnGadget(gadget)));
-    }
-    return object;
-}
-
-/// One property value as JSON.
+/// One property value other than a gadget or a list of values as JSON.
 QJsonValue jsonValue(const QVariant &value)
 {
-    if (holdsGadget(value))
-        return jsonObject(*value.metaType().metaObject(), value.constData());
-    if (value.metaType() == QMetaType::fromType<QVariantList>()) {
-        QJsonArray array;
-        for (const QVariant &item : value.toList())
-            array.append(jsonValue(item));
-        return array;
-    }
     if (value.metaType() == QMetaType::fromType<Pairs>()) {
         QJsonArray array;
         for (const auto &[first, second] : value.value<Pairs>())
@@ -298,7 +274,8 @@ QByteArray compactJson(const QMetaObject &type, const void *gadget)
 
 QByteArray indentedJson(const QMetaObject &type, const void *gadget)
 {
-    return QJsonDocument(jsonObject(type, gadget)).toJson(QJsonDocument::Indented);
+    // Read back as a document, whose object keeps its keys sorted, and written again with indentation.
+    return QJsonDocument::fromJson(compactJson(type, gadget)).toJson(QJsonDocument::Indented);
 }
 
 } // namespace Presentation

@@ -116,32 +116,33 @@ public:
 /// titles, unreadable files and unreadable folders when there are any.
 QList<AnalysisRow> rowsOf(const AnalysisSummary &summary);
 
-/// A scanned note as velloran-cli's analysis lists it.
+/// A scanned note as velloran-cli's analysis lists it: the note's own fields, with its file as a path
+/// relative to the scanned folder.
 struct ListedNote
 {
     Q_GADGET
     Q_PROPERTY(QString path MEMBER path)
-    Q_PROPERTY(QStringList relativeFolder MEMBER relativeFolder)
-    Q_PROPERTY(QString title MEMBER title)
-    Q_PROPERTY(QStringList imageRefs MEMBER imageRefs)
-    Q_PROPERTY(QStringList wikilinks MEMBER wikilinks)
-    Q_PROPERTY(bool hasTables MEMBER hasTables)
-    Q_PROPERTY(bool hasTasks MEMBER hasTasks)
-    Q_PROPERTY(bool frontmatterStripped MEMBER frontmatterStripped)
-    Q_PROPERTY(bool titleRenamed MEMBER titleRenamed)
+    Q_PROPERTY(QStringList relativeFolder READ relativeFolder)
+    Q_PROPERTY(QString title READ title)
+    Q_PROPERTY(QStringList imageRefs READ imageRefs)
+    Q_PROPERTY(QStringList wikilinks READ wikilinks)
+    Q_PROPERTY(bool hasTables READ hasTables)
+    Q_PROPERTY(bool hasTasks READ hasTasks)
+    Q_PROPERTY(bool frontmatterStripped READ frontmatterStripped)
+    Q_PROPERTY(bool titleRenamed READ titleRenamed)
 
 public:
-    /// The Markdown file, relative to the scanned folder.
     QString path;
-    /// The other fields as VaultAnalysis::Note has them.
-    QStringList relativeFolder;
-    QString title;
-    QStringList imageRefs;
-    QStringList wikilinks;
-    bool hasTables = false;
-    bool hasTasks = false;
-    bool frontmatterStripped = false;
-    bool titleRenamed = false;
+    VaultAnalysis::Note note;
+
+    QStringList relativeFolder() const { return note.relativeFolder; }
+    QString title() const { return note.title; }
+    QStringList imageRefs() const { return note.imageRefs; }
+    QStringList wikilinks() const { return note.wikilinks; }
+    bool hasTables() const { return note.hasTables; }
+    bool hasTasks() const { return note.hasTasks; }
+    bool frontmatterStripped() const { return note.frontmatterStripped; }
+    bool titleRenamed() const { return note.titleRenamed; }
 };
 
 /// A file or folder that the scan could not read: its path relative to the scanned folder (a folder's
