@@ -9,7 +9,6 @@
 #include "VaultScanner.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -20,39 +19,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-QByteArray analysisJson(const VaultAnalysis &analysis, const QString &vaultPath)
-{
-    const QDir vault(vaultPath);
-    QJsonArray notes;
-    for (const VaultAnalysis::Note &note : analysis.notes) {
-        notes.append(QJsonObject {
-            { u"path"_s, vault.relativeFilePath(note.fileURL.toLocalFile()) },
-            { u"relativeFolder"_s, QJsonArray::fromStringList(note.relativeFolder) },
-            { u"title"_s, note.title },
-            { u"imageRefs"_s, QJsonArray::fromStringList(note.imageRefs) },
-            { u"wikilinks"_s, QJsonArray::fromStringList(note.wikilinks) },
-            { u"hasTables"_s, note.hasTables },
-            { u"hasTasks"_s, note.hasTasks },
-            { u"frontmatterStripped"_s, note.frontmatterStripped },
-            { u"titleRenamed"_s, note.titleRenamed },
-        });
-    }
-    QJsonArray unreadable;
-    for (const auto &[path, reason] : analysis.unreadable)
-        unreadable.append(QJsonObject { { u"path"_s, path }, { u"reason"_s, reason } });
-    QStringList folders = analysis.folders.values();
-    folders.sort();
-    const QJsonObject root {
-        { u"notes"_s, notes },
-        { u"folders"_s, QJsonArray::fromStringList(folders) },
-        { u"attachmentsResolved"_s, analysis.attachmentsResolved },
-        { u"attachmentsMissing"_s, analysis.attachmentsMissing },
-        { u"unreadable"_s, unreadable },
-        { u"titlesRenamed"_s, analysis.titlesRenamed },
-    };
-    return QJsonDocument(root).toJson(QJsonDocument::Indented);
-}
 
 /// The figures of the analysis screen, one row per line: count text, then what will happen.
 QString analysisText(const VaultAnalysis &analysis, const QString &vaultPath)
@@ -75,7 +41,7 @@ int analyze(const QString &path, bool json)
     const QString vaultPath = QFileInfo(path).absoluteFilePath();
     const VaultAnalysis analysis = VaultScanner::scan(QUrl::fromLocalFile(vaultPath));
     if (json)
-        CliIo::out(analysisJson(analysis, vaultPath));
+        CliIo::out(Presentation::indentedJson(Presentation::listingOf(analysis, vaultPath)));
     else
         CliIo::out(analysisText(analysis, vaultPath));
     return 0;

@@ -302,7 +302,7 @@ QStringList Exporter::unknownFolders(const QStringList &selection) const
 }
 
 Exporter::Exporter(QObject *parent)
-    : QObject(parent)
+    : RunProgress(parent)
 { }
 
 Exporter::~Exporter() = default;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "NotesExporter.h"
+#include "RunProgress.h"
 #include "ScriptRunner.h"
 
 #include <QObject>
@@ -25,12 +26,9 @@
 ///
 /// Lives on the main thread; every published property is set there. Progress from the writer's thread
 /// reaches it as one queued call per callback.
-class Exporter : public QObject
+class Exporter : public RunProgress
 {
     Q_OBJECT
-    Q_PROPERTY(double progress READ progress NOTIFY progressChanged BINDABLE bindableProgress)
-    Q_PROPERTY(QString currentNote READ currentNote NOTIFY currentNoteChanged BINDABLE bindableCurrentNote)
-    Q_PROPERTY(bool isRunning READ isRunning NOTIFY isRunningChanged BINDABLE bindableIsRunning)
     Q_PROPERTY(QStringList availableFolders READ availableFolders NOTIFY availableFoldersChanged BINDABLE
             bindableAvailableFolders)
     Q_PROPERTY(
@@ -50,12 +48,6 @@ public:
     explicit Exporter(QObject *parent = nullptr);
     ~Exporter() override;
 
-    double progress() const { return m_progress; }
-    QBindable<double> bindableProgress() { return &m_progress; }
-    QString currentNote() const { return m_currentNote; }
-    QBindable<QString> bindableCurrentNote() { return &m_currentNote; }
-    bool isRunning() const { return m_isRunning; }
-    QBindable<bool> bindableIsRunning() { return &m_isRunning; }
     QStringList availableFolders() const { return m_availableFolders; }
     QBindable<QStringList> bindableAvailableFolders() { return &m_availableFolders; }
     bool isLoadingFolders() const { return m_isLoadingFolders; }
@@ -112,9 +104,6 @@ public:
     void setStopGracePeriod(std::chrono::milliseconds grace) { m_stopGrace = grace; }
 
 signals:
-    void progressChanged();
-    void currentNoteChanged();
-    void isRunningChanged();
     void availableFoldersChanged();
     void isLoadingFoldersChanged();
     void resultChanged();
@@ -122,18 +111,12 @@ signals:
     void favouriteFolderChanged();
 
 private:
-    void setProgress(double progress) { m_progress = progress; }
-    void setCurrentNote(const QString &note) { m_currentNote = note; }
-    void setRunning(bool running) { m_isRunning = running; }
     void setAvailableFolders(const QStringList &folders) { m_availableFolders = folders; }
     void setLoadingFolders(bool loading) { m_isLoadingFolders = loading; }
     void setResult(std::optional<NotesExporter::Result> result);
     void setErrorMessage(std::optional<QString> message) { m_errorMessage = std::move(message); }
 
     // Each announces a change, and only a change, through its signal.
-    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Exporter, double, m_progress, 0, &Exporter::progressChanged)
-    Q_OBJECT_BINDABLE_PROPERTY(Exporter, QString, m_currentNote, &Exporter::currentNoteChanged)
-    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Exporter, bool, m_isRunning, false, &Exporter::isRunningChanged)
     Q_OBJECT_BINDABLE_PROPERTY(Exporter, QStringList, m_availableFolders, &Exporter::availableFoldersChanged)
     Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Exporter, bool, m_isLoadingFolders, false, &Exporter::isLoadingFoldersChanged)
     Q_OBJECT_BINDABLE_PROPERTY(Exporter, std::optional<QString>, m_errorMessage, &Exporter::errorMessageChanged)

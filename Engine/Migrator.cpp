@@ -215,7 +215,7 @@ QCoro::Task<> migrateNote(ScriptRunner::Context context, const VaultAnalysis::No
 } // namespace
 
 Migrator::Migrator(QObject *parent)
-    : QObject(parent)
+    : RunProgress(parent)
 { }
 
 Migrator::~Migrator() = default;

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "RunProgress.h"
 #include "ScriptRunner.h"
 #include "VaultScanner.h"
 
 #include <QList>
 #include <QObject>
 #include <QPointer>
-#include <QProperty>
 #include <QString>
 #include <QStringList>
 #include <QUrl>
@@ -56,12 +56,9 @@ public:
 ///
 /// Lives on the main thread; every published property is set there. Every script runs without blocking
 /// it, one at a time.
-class Migrator : public QObject
+class Migrator : public RunProgress
 {
     Q_OBJECT
-    Q_PROPERTY(double progress READ progress NOTIFY progressChanged BINDABLE bindableProgress)
-    Q_PROPERTY(QString currentNote READ currentNote NOTIFY currentNoteChanged BINDABLE bindableCurrentNote)
-    Q_PROPERTY(bool isRunning READ isRunning NOTIFY isRunningChanged BINDABLE bindableIsRunning)
     /// The last report (a Report), or undefined when there is none.
     Q_PROPERTY(QVariant report READ reportValue NOTIFY reportChanged)
 
@@ -75,12 +72,6 @@ public:
     explicit Migrator(QObject *parent = nullptr);
     ~Migrator() override;
 
-    double progress() const { return m_progress; }
-    QBindable<double> bindableProgress() { return &m_progress; }
-    QString currentNote() const { return m_currentNote; }
-    QBindable<QString> bindableCurrentNote() { return &m_currentNote; }
-    bool isRunning() const { return m_isRunning; }
-    QBindable<bool> bindableIsRunning() { return &m_isRunning; }
     const std::optional<Report> &report() const { return m_report; }
     /// The report in a QVariant, or an invalid QVariant when there is none.
     QVariant reportValue() const;
@@ -101,20 +92,9 @@ public:
     void setStopGracePeriod(std::chrono::milliseconds grace) { m_stopGrace = grace; }
 
 signals:
-    void progressChanged();
-    void currentNoteChanged();
-    void isRunningChanged();
     void reportChanged();
 
 private:
-    void setProgress(double progress) { m_progress = progress; }
-    void setCurrentNote(const QString &note) { m_currentNote = note; }
-    void setRunning(bool running) { m_isRunning = running; }
-
-    // Each announces a change, and only a change, through its signal.
-    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Migrator, double, m_progress, 0, &Migrator::progressChanged)
-    Q_OBJECT_BINDABLE_PROPERTY(Migrator, QString, m_currentNote, &Migrator::currentNoteChanged)
-    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Migrator, bool, m_isRunning, false, &Migrator::isRunningChanged)
     std::chrono::milliseconds m_stopGrace = std::chrono::seconds(5);
     /// The stop signal of the run under way.
     QPointer<ScriptRunner::StopSignal> m_stop;

@@ -1,6 +1,8 @@
 #include "Presentation.h"
 
+#include <QByteArrayList>
 #include <QCoreApplication>
+#include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QMetaProperty>
@@ -53,11 +55,7 @@ QString summaryLine(const QString &first, const QString &second)
 
 QVariantList Outcome::sectionList() const
 {
-    QVariantList list;
-    list.reserve(sections.size());
-    for (const Section &section : sections)
-        list.append(QVariant::fromValue(section));
-    return list;
+    return variantList(sections);
 }
 
 Outcome outcomeOf(const Migrator::Report &report)
@@ -192,9 +190,40 @@ QList<AnalysisRow> rowsOf(const AnalysisSummary &summary)
     return rows;
 }
 
+QVariantList AnalysisListing::noteList() const
+{
+    return variantList(notes);
+}
+
+QVariantList AnalysisListing::unreadableList() const
+{
+    return variantList(unreadable);
+}
+
+AnalysisListing listingOf(const VaultAnalysis &analysis, const QString &vaultPath)
+{
+    const QDir vault(vaultPath);
+    AnalysisListing listing;
+    for (const VaultAnalysis::Note &note : analysis.notes)
+        listing.notes.append({ vault.relativeFilePath(note.fileURL.toLocalFile()), note });
+    listing.folders = analysis.folders.values();
+    listing.folders.sort();
+    listing.attachmentsResolved = analysis.attachmentsResolved;
+    listing.attachmentsMissing = analysis.attachmentsMissing;
+    for (const auto &[path, reason] : analysis.unreadable)
+        listing.unreadable.append({ path, reason });
+    listing.titlesRenamed = analysis.titlesRenamed;
+    return listing;
+}
+
 namespace {
 
-/// One property value as JSON.
+bool holdsGadget(const QVariant &value)
+{
+    return value.metaType().flags().testFlag(QMetaType::IsGadget);
+}
+
+/// One property value other than a gadget or a list of values as JSON.
 QJsonValue jsonValue(const QVariant &value)
 {
     if (value.metaType() == QMetaType::fromType<Pairs>()) {
@@ -212,22 +241,41 @@ QJsonValue jsonValue(const QVariant &value)
     return value.toLongLong();
 }
 
+/// One property value as compact JSON, with the properties of a gadget in declaration order.
+QByteArray compactValue(const QVariant &value)
+{
+    if (holdsGadget(value))
+        return compactJson(*value.metaType().metaObject(), value.constData());
+    if (value.metaType() == QMetaType::fromType<QVariantList>()) {
+        QByteArrayList items;
+        for (const QVariant &item : value.toList())
+            items.append(compactValue(item));
+        return '[' + items.join(',') + ']';
+    }
+    // Through QJsonDocument, for the same escaping and number format everywhere.
+    const QByteArray array = QJsonDocument(QJsonArray { jsonValue(value) }).toJson(QJsonDocument::Compact);
+    return array.mid(1, array.size() - 2);
+}
+
 } // namespace
 
 QByteArray compactJson(const QMetaObject &type, const void *gadget)
 {
-    // Written by hand so that the fields keep their declaration order (a QJsonObject sorts its keys); each
-    // value goes through QJsonDocument for the same escaping and number format everywhere.
+    // Written by hand so that the fields keep their declaration order (a QJsonObject sorts its keys).
     QByteArray json = "{";
     for (int i = type.propertyOffset(); i < type.propertyCount(); ++i) {
         const QMetaProperty property = type.property(i);
-        const QByteArray value
-            = QJsonDocument(QJsonArray { jsonValue(property.readOnGadget(gadget)) }).toJson(QJsonDocument::Compact);
         if (json.size() > 1)
             json += ',';
-        json += '"' + QByteArray(property.name()) + "\":" + value.mid(1, value.size() - 2);
+        json += '"' + QByteArray(property.name()) + "\":" + compactValue(property.readOnGadget(gadget));
     }
     return json + '}';
+}
+
+QByteArray indentedJson(const QMetaObject &type, const void *gadget)
+{
+    // Read back as a document, whose object keeps its keys sorted, and written again with indentation.
+    return QJsonDocument::fromJson(compactJson(type, gadget)).toJson(QJsonDocument::Indented);
 }
 
 } // namespace Presentation

@@ -116,13 +116,103 @@ public:
 /// titles, unreadable files and unreadable folders when there are any.
 QList<AnalysisRow> rowsOf(const AnalysisSummary &summary);
 
+/// A scanned note as velloran-cli's analysis lists it: the note's own fields, with its file as a path
+/// relative to the scanned folder.
+struct ListedNote
+{
+    Q_GADGET
+    Q_PROPERTY(QString path MEMBER path)
+    Q_PROPERTY(QStringList relativeFolder READ relativeFolder)
+    Q_PROPERTY(QString title READ title)
+    Q_PROPERTY(QStringList imageRefs READ imageRefs)
+    Q_PROPERTY(QStringList wikilinks READ wikilinks)
+    Q_PROPERTY(bool hasTables READ hasTables)
+    Q_PROPERTY(bool hasTasks READ hasTasks)
+    Q_PROPERTY(bool frontmatterStripped READ frontmatterStripped)
+    Q_PROPERTY(bool titleRenamed READ titleRenamed)
+
+public:
+    QString path;
+    VaultAnalysis::Note note;
+
+    QStringList relativeFolder() const { return note.relativeFolder; }
+    QString title() const { return note.title; }
+    QStringList imageRefs() const { return note.imageRefs; }
+    QStringList wikilinks() const { return note.wikilinks; }
+    bool hasTables() const { return note.hasTables; }
+    bool hasTasks() const { return note.hasTasks; }
+    bool frontmatterStripped() const { return note.frontmatterStripped; }
+    bool titleRenamed() const { return note.titleRenamed; }
+};
+
+/// A file or folder that the scan could not read: its path relative to the scanned folder (a folder's
+/// ends with "/") and why.
+struct UnreadableEntry
+{
+    Q_GADGET
+    Q_PROPERTY(QString path MEMBER path)
+    Q_PROPERTY(QString reason MEMBER reason)
+
+public:
+    QString path;
+    QString reason;
+};
+
+/// The whole of a scan as velloran-cli's analysis lists it: VaultAnalysis with paths relative to the
+/// scanned folder and its folders sorted.
+struct AnalysisListing
+{
+    Q_GADGET
+    Q_PROPERTY(QVariantList notes READ noteList)
+    Q_PROPERTY(QStringList folders MEMBER folders)
+    Q_PROPERTY(qint64 attachmentsResolved MEMBER attachmentsResolved)
+    Q_PROPERTY(qint64 attachmentsMissing MEMBER attachmentsMissing)
+    Q_PROPERTY(QVariantList unreadable READ unreadableList)
+    Q_PROPERTY(qint64 titlesRenamed MEMBER titlesRenamed)
+
+public:
+    /// In the analysis's order (by title).
+    QList<ListedNote> notes;
+    /// Sorted.
+    QStringList folders;
+    qint64 attachmentsResolved = 0;
+    qint64 attachmentsMissing = 0;
+    QList<UnreadableEntry> unreadable;
+    qint64 titlesRenamed = 0;
+
+    QVariantList noteList() const;
+    QVariantList unreadableList() const;
+};
+
+/// The listing of `analysis`, scanned from the folder at `vaultPath`.
+AnalysisListing listingOf(const VaultAnalysis &analysis, const QString &vaultPath);
+
+/// Values of a Q_GADGET type, each in a QVariant: a list of them as a property that QML's list views and
+/// the JSON writers below read.
+template<typename Gadget> QVariantList variantList(const QList<Gadget> &values)
+{
+    QVariantList list;
+    list.reserve(values.size());
+    for (const Gadget &value : values)
+        list.append(QVariant::fromValue(value));
+    return list;
+}
+
 /// A value of a Q_GADGET type as one line of compact JSON (no line break): an object of its properties in
-/// declaration order, with numbers, booleans, texts, lists of texts and lists of text pairs (each an
-/// array of two texts).
+/// declaration order, with numbers, booleans, texts, lists of texts, lists of text pairs (each an array of
+/// two texts), and values of Q_GADGET types and lists of them (see variantList), written the same way.
 QByteArray compactJson(const QMetaObject &type, const void *gadget);
 template<typename Gadget> QByteArray compactJson(const Gadget &gadget)
 {
     return compactJson(Gadget::staticMetaObject, &gadget);
+}
+
+/// The same values as an indented JSON document (four spaces a level, ending in a line break), as
+/// QJsonDocument writes it: the keys of every object in alphabetical order.
+QByteArray indentedJson(const QMetaObject &type, const void *gadget);
+template<typename Gadget> QByteArray indentedJson(const Gadget &gadget)
+{
+    return indentedJson(Gadget::staticMetaObject, &gadget);
 }
 
 } // namespace Presentation

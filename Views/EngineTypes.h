@@ -4,11 +4,20 @@
 #include "Migrator.h"
 #include "NotesExporter.h"
 #include "Presentation.h"
+#include "RunProgress.h"
 
 #include <QtQml/qqml.h>
 
 // The engine's controllers and values as QML knows them, in the module Velloran.Engine. The engine itself
 // stays free of QML registration; these declarations name its types for QML.
+
+/// What both controllers publish while they run: progress, currentNote and isRunning.
+struct RunProgressForeign
+{
+    Q_GADGET
+    QML_FOREIGN(RunProgress)
+    QML_ANONYMOUS
+};
 
 /// The migration controller; the application hands its own to the screens, tests make their own.
 struct MigratorForeign
