@@ -37,7 +37,9 @@ struct Entry
 
 /// Writes `bytes` to a new file at `path` (never over an existing file, never through a link) without
 /// syncing it to disk: for temporary files that live only as long as one run. Gives the system's text when
-/// it fails, after removing what it made.
+/// it fails, after removing what it made. Not QSaveFile, which syncs every file it commits and replaces
+/// whatever stands at the path, nor QTemporaryFile, which picks its own name: a run's files carry the run's
+/// UUID in their names, and a file that is already there is an error, never overwritten.
 std::optional<QString> writeNewFile(const QString &path, const QByteArray &bytes);
 
 /// A folder's entries (not "." and ".."), sorted by name in code-unit order so that every listing of the
