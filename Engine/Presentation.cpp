@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QJsonObject>
 #include <QMetaProperty>
 
 #include <algorithm>
@@ -257,6 +258,33 @@ QByteArray compactValue(const QVariant &value)
     return array.mid(1, array.size() - 2);
 }
 
+QJsonObject jsonObject(const QMetaObject &type, const void *gadget);
+
+/// One property value as a JSON tree: a gadget as an object, a list as an array.
+QJsonValue jsonTree(const QVariant &value)
+{
+    if (holdsGadget(value))
+        return jsonObject(*value.metaType().metaObject(), value.constData());
+    if (value.metaType() == QMetaType::fromType<QVariantList>()) {
+        QJsonArray array;
+        for (const QVariant &item : value.toList())
+            array.append(jsonTree(item));
+        return array;
+    }
+    return jsonValue(value);
+}
+
+/// A gadget as a JSON object, whose keys come out sorted.
+QJsonObject jsonObject(const QMetaObject &type, const void *gadget)
+{
+    QJsonObject object;
+    for (int i = type.propertyOffset(); i < type.propertyCount(); ++i) {
+        const QMetaProperty property = type.property(i);
+        object.insert(QString::fromLatin1(property.name()), jsonTree(property.readOnGadget(gadget)));
+    }
+    return object;
+}
+
 } // namespace
 
 QByteArray compactJson(const QMetaObject &type, const void *gadget)
@@ -274,8 +302,7 @@ QByteArray compactJson(const QMetaObject &type, const void *gadget)
 
 QByteArray indentedJson(const QMetaObject &type, const void *gadget)
 {
-    // Read back as a document, whose object keeps its keys sorted, and written again with indentation.
-    return QJsonDocument::fromJson(compactJson(type, gadget)).toJson(QJsonDocument::Indented);
+    return QJsonDocument(jsonObject(type, gadget)).toJson(QJsonDocument::Indented);
 }
 
 } // namespace Presentation
