@@ -10,6 +10,9 @@
 #include <QRegularExpression>
 #include <QStandardPaths>
 
+#include <algorithm>
+#include <limits>
+
 using namespace Qt::StringLiterals;
 
 namespace NotesAccess {
@@ -26,6 +29,12 @@ std::optional<int> errorNumber(const QString &failure)
     bool ok = false;
     const int value = match.captured(1).toInt(&ok);
     return ok ? std::optional<int>(value) : std::nullopt;
+}
+
+/// A count as the plural forms take it; a count beyond int's range reads as the largest.
+int pluralCount(qint64 n)
+{
+    return int(std::min<qint64>(n, std::numeric_limits<int>::max()));
 }
 
 /// Whether macOS stands between Velloran and Notes: Automation refused, or not yet decided and not askable.
@@ -54,7 +63,8 @@ Presentation::Section runnerSection(const Check &check)
     else if (check.failure.isEmpty())
         state = QCoreApplication::translate("Velloran", "%1 — not found").arg(check.runner);
     else
-        state = QCoreApplication::translate("Velloran", "%1 — could not be started: %2").arg(check.runner, check.failure);
+        state
+            = QCoreApplication::translate("Velloran", "%1 — could not be started: %2").arg(check.runner, check.failure);
     return { QCoreApplication::translate("Velloran", "osascript"), { state }, QString() };
 }
 
@@ -124,7 +134,8 @@ QCoro::Task<Check> check()
             result.folders = counts->first;
             result.notes = counts->second;
         } else {
-            result.failure = QCoreApplication::translate("Velloran", "unexpected answer: %1").arg(Text::trimWhitespaceAndNewlines(output));
+            result.failure = QCoreApplication::translate("Velloran", "unexpected answer: %1")
+                                 .arg(Text::trimWhitespaceAndNewlines(output));
         }
     } catch (const LaunchError &error) {
         result.runnerFound = false;
@@ -151,7 +162,8 @@ QString meaningOf(const QString &failure)
     case -1743:
         return QCoreApplication::translate("Velloran", "Velloran is not allowed to control Notes (-1743)");
     case -1744:
-        return QCoreApplication::translate("Velloran", "macOS would have to ask you first, and could not ask now (-1744)");
+        return QCoreApplication::translate(
+            "Velloran", "macOS would have to ask you first, and could not ask now (-1744)");
     case -600:
         return QCoreApplication::translate("Velloran", "Apple Notes is not running and could not be started (-600)");
     case -609:
@@ -160,7 +172,8 @@ QString meaningOf(const QString &failure)
         return QCoreApplication::translate("Velloran", "Apple Notes did not answer in time (-1712)");
     case -2740:
     case -2741:
-        return QCoreApplication::translate("Velloran", "this Apple Notes does not understand the check (%1)").arg(*errorNumber(failure));
+        return QCoreApplication::translate("Velloran", "this Apple Notes does not understand the check (%1)")
+            .arg(*errorNumber(failure));
     default:
         return QCoreApplication::translate("Velloran", "Apple Notes reported an error");
     }
@@ -172,18 +185,23 @@ Presentation::Outcome outcomeOf(const Check &check)
     outcome.title = titleOf(check);
     outcome.hasIssues = !check.ok();
     outcome.summary = check.automation == Check::Automation::granted
-        ? QCoreApplication::translate("Velloran", "%1 folders · %2 notes").arg(check.folders).arg(check.notes)
+        ? QCoreApplication::translate("Velloran", "%1 · %2")
+              .arg(QCoreApplication::translate("Velloran", "%n folders", nullptr, pluralCount(check.folders)),
+                  QCoreApplication::translate("Velloran", "%n notes", nullptr, pluralCount(check.notes)))
         : QCoreApplication::translate("Velloran", "No folders or notes could be read.");
     outcome.sections = { runnerSection(check), automationSection(check) };
     if (!check.runnerFound) {
         outcome.sections.append({ QString(), {},
-            QCoreApplication::translate("Velloran", "Velloran asks Apple Notes through osascript, which macOS keeps at /usr/bin/osascript. "
-               "VELLORAN_OSASCRIPT, when set, names the program to use instead.") });
+            QCoreApplication::translate("Velloran",
+                "Velloran asks Apple Notes through osascript, which macOS keeps at /usr/bin/osascript. "
+                "VELLORAN_OSASCRIPT, when set, names the program to use instead.") });
     }
     if (permissionMissing(check)) {
         outcome.sections.append({ QCoreApplication::translate("Velloran", "To grant it"),
-            { QCoreApplication::translate("Velloran", "Open System Settings → Privacy & Security → Automation → Velloran → Notes and switch Notes on."),
-                QCoreApplication::translate("Velloran", "If Velloran is not listed there, have macOS ask again: tccutil reset AppleEvents %1")
+            { QCoreApplication::translate("Velloran",
+                  "Open System Settings → Privacy & Security → Automation → Velloran → Notes and switch Notes on."),
+                QCoreApplication::translate(
+                    "Velloran", "If Velloran is not listed there, have macOS ask again: tccutil reset AppleEvents %1")
                     .arg(bundleIdentifier()),
                 QCoreApplication::translate("Velloran", "Then check again.") },
             QString() });

@@ -184,10 +184,12 @@ private slots:
     {
         QTest::addColumn<QString>("failure");
         QTest::addColumn<QString>("meaning");
-        QTest::addRow("refused") << u"/t/x:1:2: execution error: Not authorized to send Apple events to Notes. (-1743)"_s
-                                 << u"Velloran is not allowed to control Notes (-1743)"_s;
-        QTest::addRow("consent could not be asked for") << u"/t/x:1:2: execution error: Not authorized. (-1744)"_s
-                                                        << u"macOS would have to ask you first, and could not ask now (-1744)"_s;
+        QTest::addRow("refused")
+            << u"/t/x:1:2: execution error: Not authorized to send Apple events to Notes. (-1743)"_s
+            << u"Velloran is not allowed to control Notes (-1743)"_s;
+        QTest::addRow("consent could not be asked for")
+            << u"/t/x:1:2: execution error: Not authorized. (-1744)"_s
+            << u"macOS would have to ask you first, and could not ask now (-1744)"_s;
         QTest::addRow("Notes not running") << u"/t/x:1:2: execution error: Notes got an error: Application isn’t "
                                               u"running. (-600)"_s
                                            << u"Apple Notes is not running and could not be started (-600)"_s;

@@ -164,9 +164,9 @@ constexpr char countFoldersAndNotesText[] = R"as(on run argv
 end run
 )as";
 
-constexpr Program allPrograms[] = { Program::ensureFolder, Program::ensureSubfolder, Program::createNote,
-    Program::listFolders, Program::readFolder, Program::listFolderDetails, Program::readFolderById,
-    Program::countFoldersAndNotes };
+constexpr Program allPrograms[]
+    = { Program::ensureFolder, Program::ensureSubfolder, Program::createNote, Program::listFolders, Program::readFolder,
+          Program::listFolderDetails, Program::readFolderById, Program::countFoldersAndNotes };
 
 QString expand(const char *text)
 {

@@ -50,6 +50,9 @@ Item {
             property var favouriteFolder: undefined
             property int resetCalls: 0
 
+            function restoreExportOptions() {
+            }
+
             function reset() {
                 resetCalls += 1
                 result = undefined
@@ -375,6 +378,120 @@ Item {
             // A new import starts clean.
             chooseImport()
             compare(Screens.visibleTexts(wizard.content)[2], "Drop a folder of .md files (Obsidian, etc.)")
+        }
+
+        readonly property string permissionText:
+            "Permission needed: System Settings → Privacy & Security → Automation → Velloran → Notes"
+
+        // The export screen's folder list comes back refused, as Notes refuses a first run without Automation.
+        function refuseFolderList() {
+            mouseClick(findChild(wizard, "notesToMdCard"))
+            compare(wizard.screen, "export")
+            exporter.isLoadingFolders = true
+            exporter.errorMessage = permissionText
+            exporter.isLoadingFolders = false
+        }
+
+        function permissionPanel() {
+            const panel = findChild(wizard.content, "permissionPanel")
+            verify(panel)
+            return panel
+        }
+
+        // Refused before Notes ever answered: back at the start, the permission check says what to do; once
+        // Automation is granted, "Check again" shows what Notes holds and "Continue" brings the cards back.
+        function test_refusalShowsThePermissionCheck() {
+            fixture.seedNotes(JSON.stringify({ "folders": [
+                { "name": "Work", "notes": [{ "name": "Plan", "body": "<div>Plan</div>" }],
+                  "folders": [{ "name": "Old" }] }] }))
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_DENY", "1")
+            fixture.clearScriptLog()
+            refuseFolderList()
+            tryCompare(wizard, "screen", "picker")
+            compare(wizard.permissionNeeded, true)
+            compare(exporter.resetCalls, 1)
+            const panel = permissionPanel()
+            tryVerify(() => panel.outcome !== undefined, 10000)
+            compare(panel.ok, false)
+            compare(fixture.scriptRuns("count-folders-and-notes"), 1)
+            compare(Screens.visibleTexts(wizard.content), [
+                "Velloran may not control Apple Notes",
+                "No folders or notes could be read.",
+                "osascript",
+                panel.outcome.sections[0].entries[0],
+                "Automation for Notes",
+                "refused (-1743)",
+                "To grant it",
+                "Open System Settings → Privacy & Security → Automation → Velloran → Notes and switch Notes on.",
+                "If Velloran is not listed there, have macOS ask again: tccutil reset AppleEvents app.velloran.Velloran",
+                "Then check again.",
+                "Check again"
+            ])
+            verify(panel.outcome.sections[0].entries[0].endsWith("fake-osascript — found"))
+            compare(findChild(wizard.content, "mdToNotesCard").visible, false)
+            fixture.screenshot(wizard, "picker-permission-refused")
+
+            // Still refused: the check says the same again.
+            mouseClick(Screens.button(wizard.content, "Check again"))
+            tryCompare(panel.check, "isChecking", false, 10000)
+            compare(fixture.scriptRuns("count-folders-and-notes"), 2)
+            compare(panel.ok, false)
+
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_DENY", "")
+            mouseClick(Screens.button(wizard.content, "Check again"))
+            tryCompare(panel, "ok", true, 10000)
+            compare(Screens.visibleTexts(wizard.content), [
+                "Velloran can reach Apple Notes",
+                "2 folders · 1 note",
+                "osascript",
+                panel.outcome.sections[0].entries[0],
+                "Automation for Notes",
+                "granted",
+                "Check again",
+                "Continue"
+            ])
+            fixture.screenshot(wizard, "picker-permission-granted")
+            mouseClick(Screens.button(wizard.content, "Continue"))
+            compare(wizard.permissionNeeded, false)
+            compare(wizard.notesAnswered, true)
+            compare(Screens.visibleTexts(wizard.content)[0], "Apple Notes ↔ Markdown")
+            verify(findChild(wizard.content, "mdToNotesCard").visible)
+        }
+
+        // The migration's first script refused: the same check, in place of the report.
+        function test_refusedMigrationShowsThePermissionCheck() {
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_DENY", "1")
+            analyzed()
+            migrator.report = Object.assign({}, root.emptyReport,
+                                            { "notesCreated": 0, "notesFailed": [["(setup)", permissionText]] })
+            tryCompare(wizard, "screen", "picker")
+            compare(wizard.permissionNeeded, true)
+            compare(migrator.report, undefined)
+            compare(wizard.vault, undefined)
+            tryVerify(() => permissionPanel().outcome !== undefined, 10000)
+            compare(permissionPanel().outcome.title, "Velloran may not control Apple Notes")
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_DENY", "")
+        }
+
+        // Other failures, and refusals once Notes has answered, stay where they happened.
+        function test_onlyAFirstRefusalLeadsToTheCheck() {
+            mouseClick(findChild(wizard, "notesToMdCard"))
+            exporter.isLoadingFolders = true
+            exporter.errorMessage = "Apple Notes error: AppleEvent timed out. (-1712)"
+            exporter.isLoadingFolders = false
+            wait(50)
+            compare(wizard.screen, "export")
+            compare(wizard.notesAnswered, false)
+            exporter.isLoadingFolders = true
+            exporter.errorMessage = undefined
+            exporter.isLoadingFolders = false
+            compare(wizard.notesAnswered, true)
+            exporter.isLoadingFolders = true
+            exporter.errorMessage = permissionText
+            exporter.isLoadingFolders = false
+            wait(50)
+            compare(wizard.screen, "export")
+            compare(wizard.permissionNeeded, false)
         }
 
         function test_exportDoneGoesHome() {

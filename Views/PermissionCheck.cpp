@@ -1,0 +1,48 @@
+#include "PermissionCheck.h"
+
+#include "Errors.h"
+#include "Migrator.h"
+
+#include <QPointer>
+
+QVariant PermissionCheck::outcomeValue() const
+{
+    return m_check ? QVariant::fromValue(NotesAccess::outcomeOf(*m_check)) : QVariant();
+}
+
+QCoro::QmlTask PermissionCheck::run()
+{
+    return checkNow();
+}
+
+QCoro::Task<> PermissionCheck::checkNow()
+{
+    const QPointer<PermissionCheck> self(this);
+    m_isChecking = true;
+    QCoro::Task<NotesAccess::Check> checking = NotesAccess::check();
+    NotesAccess::Check found = co_await checking;
+    if (!self)
+        co_return;
+    m_check = std::move(found);
+    emit outcomeChanged();
+    m_isChecking = false;
+}
+
+bool PermissionCheck::isRefusal(const QVariant &errorMessage)
+{
+    return errorMessage.typeId() == QMetaType::QString && errorMessage.toString() == automationPermissionText();
+}
+
+bool PermissionCheck::refusedMigration(const QVariant &report)
+{
+    // The controller's report, or, where a screen is tried on its own, an object with its fields by name.
+    QStringList reasons;
+    if (report.metaType() == QMetaType::fromType<MigrationReport>()) {
+        for (const std::pair<QString, QString> &failure : report.value<MigrationReport>().notesFailed)
+            reasons.append(failure.second);
+    } else {
+        for (const QVariant &failure : report.toMap().value(QStringLiteral("notesFailed")).toList())
+            reasons.append(failure.toStringList().value(1));
+    }
+    return reasons.contains(automationPermissionText());
+}
