@@ -35,14 +35,11 @@ bool PermissionCheck::isRefusal(const QVariant &errorMessage)
 
 bool PermissionCheck::refusedMigration(const QVariant &report)
 {
-    // The controller's report, or, where a screen is tried on its own, an object with its fields by name.
-    QStringList reasons;
-    if (report.metaType() == QMetaType::fromType<MigrationReport>()) {
-        for (const std::pair<QString, QString> &failure : report.value<MigrationReport>().notesFailed)
-            reasons.append(failure.second);
-    } else {
-        for (const QVariant &failure : report.toMap().value(QStringLiteral("notesFailed")).toList())
-            reasons.append(failure.toStringList().value(1));
+    if (report.metaType() != QMetaType::fromType<MigrationReport>())
+        return false;
+    for (const std::pair<QString, QString> &failure : report.value<MigrationReport>().notesFailed) {
+        if (failure.second == automationPermissionText())
+            return true;
     }
-    return reasons.contains(automationPermissionText());
+    return false;
 }

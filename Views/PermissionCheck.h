@@ -40,8 +40,7 @@ public:
     /// Whether `errorMessage` (the export controller's, a string or undefined) says that Notes refused
     /// Automation.
     Q_INVOKABLE static bool isRefusal(const QVariant &errorMessage);
-    /// Whether a migration report (Migrator.report, or an object with a report's fields by name) ended
-    /// because Notes refused Automation.
+    /// Whether a migration report (Migrator.report) ended because Notes refused Automation.
     Q_INVOKABLE static bool refusedMigration(const QVariant &report);
 
 signals:
