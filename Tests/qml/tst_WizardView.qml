@@ -69,6 +69,13 @@ Item {
             fixture.writeFile(vault, "Projects/2024/Plans.md", "![[missing.png]]\n")
         }
 
+        function cleanup() {
+            // Notes answers normally again, and no folder load outlives its test.
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_DENY", "")
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_TIMEOUT", "")
+            tryCompare(exporter, "isLoadingFolders", false, 30000)
+        }
+
         function chooseImport() {
             mouseClick(findChild(wizard, "mdToNotesCard"))
             compare(wizard.screen, "import")
@@ -348,6 +355,122 @@ Item {
             // A new import starts clean.
             chooseImport()
             compare(Screens.visibleTexts(wizard.content)[2], "Drop a folder of .md files (Obsidian, etc.)")
+        }
+
+        readonly property string permissionText:
+            "Permission needed: System Settings → Privacy & Security → Automation → Velloran → Notes"
+
+        // The export screen asks Notes for its folders, and Notes refuses, as it does a first run without
+        // Automation.
+        function refuseFolderList() {
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_DENY", "1")
+            mouseClick(findChild(wizard, "notesToMdCard"))
+            compare(wizard.screen, "export")
+            // The refusal takes the user home, which clears the exporter's message again.
+            tryCompare(wizard, "screen", "picker", 10000)
+        }
+
+        function permissionPanel() {
+            const panel = findChild(wizard.content, "permissionPanel")
+            verify(panel)
+            return panel
+        }
+
+        // Refused before Notes ever answered: back at the start, the permission check says what to do; once
+        // Automation is granted, "Check again" shows what Notes holds and "Continue" brings the cards back.
+        function test_refusalShowsThePermissionCheck() {
+            fixture.seedNotes(JSON.stringify({ "folders": [
+                { "name": "Work", "notes": [{ "name": "Plan", "body": "<div>Plan</div>" }],
+                  "folders": [{ "name": "Old" }] }] }))
+            fixture.clearScriptLog()
+            refuseFolderList()
+            compare(wizard.permissionNeeded, true)
+            compare(exporter.resetCalls, 1)
+            const panel = permissionPanel()
+            tryVerify(() => panel.outcome !== undefined, 10000)
+            compare(panel.ok, false)
+            compare(fixture.scriptRuns("count-folders-and-notes"), 1)
+            compare(Screens.visibleTexts(wizard.content), [
+                "Velloran may not control Apple Notes",
+                "No folders or notes could be read.",
+                "osascript",
+                panel.outcome.sections[0].entries[0],
+                "Automation for Notes",
+                "refused (-1743)",
+                "To grant it",
+                "Open System Settings → Privacy & Security → Automation → Velloran → Notes and switch Notes on.",
+                "If Velloran is not listed there, have macOS ask again: tccutil reset AppleEvents app.velloran.Velloran",
+                "Then check again.",
+                "Check again"
+            ])
+            verify(panel.outcome.sections[0].entries[0].endsWith("fake-osascript — found"))
+            compare(findChild(wizard.content, "mdToNotesCard").visible, false)
+            fixture.screenshot(wizard, "picker-permission-refused")
+
+            // Still refused: the check says the same again.
+            mouseClick(Screens.button(wizard.content, "Check again"))
+            tryCompare(panel.check, "isChecking", false, 10000)
+            compare(fixture.scriptRuns("count-folders-and-notes"), 2)
+            compare(panel.ok, false)
+
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_DENY", "")
+            mouseClick(Screens.button(wizard.content, "Check again"))
+            tryCompare(panel, "ok", true, 10000)
+            compare(Screens.visibleTexts(wizard.content), [
+                "Velloran can reach Apple Notes",
+                "2 folders · 1 note",
+                "osascript",
+                panel.outcome.sections[0].entries[0],
+                "Automation for Notes",
+                "granted",
+                "Check again",
+                "Continue"
+            ])
+            fixture.screenshot(wizard, "picker-permission-granted")
+            mouseClick(Screens.button(wizard.content, "Continue"))
+            compare(wizard.permissionNeeded, false)
+            compare(wizard.notesAnswered, true)
+            compare(Screens.visibleTexts(wizard.content)[0], "Apple Notes ↔ Markdown")
+            verify(findChild(wizard.content, "mdToNotesCard").visible)
+        }
+
+        // The migration's first script refused: the same check, in place of the report.
+        function test_refusedMigrationShowsThePermissionCheck() {
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_DENY", "1")
+            analyzed()
+            migrator.publishReport(fixture.migrationReport(Object.assign({}, root.emptyReport, {
+                "notesCreated": 0,
+                "notesFailed": [["(setup)", permissionText]]
+            })))
+            tryCompare(wizard, "screen", "picker")
+            compare(wizard.permissionNeeded, true)
+            compare(migrator.report, undefined)
+            compare(wizard.vault, undefined)
+            tryVerify(() => permissionPanel().outcome !== undefined, 10000)
+            compare(permissionPanel().outcome.title, "Velloran may not control Apple Notes")
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_DENY", "")
+        }
+
+        // Other failures, and refusals once Notes has answered, stay where they happened.
+        function test_onlyAFirstRefusalLeadsToTheCheck() {
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_TIMEOUT", "1")
+            mouseClick(findChild(wizard, "notesToMdCard"))
+            tryVerify(() => exporter.errorMessage !== undefined, 10000)
+            verify(exporter.errorMessage.endsWith("AppleEvent timed out. (-1712)"))
+            wait(50)
+            compare(wizard.screen, "export")
+            compare(wizard.notesAnswered, false)
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_TIMEOUT", "")
+            exporter.loadFolderList()
+            tryCompare(wizard, "notesAnswered", true, 10000)
+            compare(exporter.errorMessage, undefined)
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_DENY", "1")
+            exporter.loadFolderList()
+            tryCompare(exporter, "errorMessage", permissionText, 10000)
+            wait(50)
+            compare(wizard.screen, "export")
+            compare(wizard.permissionNeeded, false)
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_DENY", "")
         }
 
         function test_exportDoneGoesHome() {
