@@ -22,6 +22,8 @@ Item {
 
     signal back()
 
+    ReturnKey { button: migrateButton }
+
     ColumnLayout {
         anchors.centerIn: parent
         width: Math.min(implicitWidth, view.width - 40)
@@ -99,6 +101,8 @@ Item {
             }
         }
         Button {
+            id: migrateButton
+
             objectName: "migrateButton"
             text: qsTr("Migrate to Apple Notes")
             icon.source: "icons/arrow.right.circle.fill.svg"
@@ -107,7 +111,10 @@ Item {
             Layout.preferredWidth: 280
             Layout.alignment: Qt.AlignHCenter
             Layout.topMargin: 6
+            Accessible.name: text
             onClicked: view.controller.migrate(view.migrator)
+
+            FocusRing {}
         }
         Button {
             objectName: "differentFolderButton"
@@ -115,7 +122,10 @@ Item {
             flat: true
             font.pixelSize: Theme.caption
             Layout.alignment: Qt.AlignHCenter
+            Accessible.name: text
             onClicked: view.back()
+
+            FocusRing {}
         }
     }
 }

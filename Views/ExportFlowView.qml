@@ -147,6 +147,7 @@ Item {
 
                     Symbol {
                         symbol: "exclamationmark.triangle.fill"
+                        meaning: qsTr("Warning")
                         size: Theme.caption + 2
                         color: Theme.orange
                     }
@@ -184,7 +185,10 @@ Item {
                             checked: flow.exportAll
                             ButtonGroup.group: scope
                             Layout.fillWidth: true
+                            Accessible.name: text
                             onClicked: flow.exportAll = true
+
+                            FocusRing {}
                         }
                         Button {
                             objectName: "chooseFoldersSegment"
@@ -193,7 +197,11 @@ Item {
                             checked: !flow.exportAll
                             ButtonGroup.group: scope
                             Layout.fillWidth: true
+                            Accessible.role: Accessible.RadioButton
+                            Accessible.name: text
                             onClicked: flow.exportAll = false
+
+                            FocusRing {}
                         }
                     }
                     RowLayout {
@@ -237,16 +245,28 @@ Item {
                             clip: true
                             model: flow.exporter?.availableFolders ?? []
                             boundsBehavior: Flickable.StopAtBounds
+                            // Every row is made at once and kept, so that Tab walks the rows in their order
+                            // (a scrolled-out row made again would come last); folder lists are short.
+                            cacheBuffer: 100000
                             ScrollBar.vertical: ScrollBar {}
 
                             // A plain CheckBox: the macOS style sizes the control from its own indicator and
                             // label, so a custom content item there loops and widens the rows.
                             delegate: CheckBox {
                                 required property string modelData
+                                required property int index
 
                                 text: modelData
                                 checked: flow.selectedFolders.indexOf(modelData) >= 0
+                                Accessible.name: text
                                 onToggled: flow.toggleFolder(modelData, checked)
+                                // A row reached with Tab scrolls into view.
+                                onActiveFocusChanged: {
+                                    if (activeFocus)
+                                        ListView.view.positionViewAtIndex(index, ListView.Contain)
+                                }
+
+                                FocusRing {}
                             }
                         }
                     }
@@ -296,6 +316,7 @@ Item {
 
                         Symbol {
                             symbol: "exclamationmark.triangle.fill"
+                            meaning: qsTr("Warning")
                             size: Theme.caption + 2
                             color: Theme.red
                         }
@@ -313,26 +334,38 @@ Item {
                         Button {
                             objectName: "chooseDestinationButton"
                             text: qsTr("Choose Folder…")
+                            Accessible.name: text
                             onClicked: flow.chooseDestination()
+
+                            FocusRing {}
                         }
                         CheckBox {
                             objectName: "rememberFavourite"
                             text: qsTr("Remember as favourite folder")
                             font.pixelSize: Theme.callout
                             checked: flow.rememberFavourite
+                            Accessible.name: text
                             onToggled: flow.rememberFavourite = checked
+
+                            FocusRing {}
                         }
                     }
                 }
 
+                ReturnKey { button: exportButton }
                 Button {
+                    id: exportButton
+
                     objectName: "exportButton"
                     text: qsTr("Export to Markdown")
                     icon.source: "icons/arrow.up.doc.fill.svg"
                     highlighted: true
                     enabled: flow.canExport
                     Layout.alignment: Qt.AlignHCenter
+                    Accessible.name: text
                     onClicked: flow.runExport()
+
+                    FocusRing {}
                 }
                 Item { implicitHeight: 4 }
             }

@@ -63,6 +63,13 @@ Pane {
         id: wizardController
     }
 
+    // Escape goes back to the start, as the back button does, whenever that button is shown.
+    Shortcut {
+        sequence: "Escape"
+        enabled: backButton.visible
+        onActivated: wizard.goHome()
+    }
+
     FolderDialog {
         id: folderPanel
 
@@ -102,6 +109,8 @@ Pane {
                 ToolTip.delay: 500
                 Accessible.name: help
                 onClicked: wizard.goHome()
+
+                FocusRing {}
             }
             Symbol {
                 objectName: "wordmarkSymbol"
@@ -261,7 +270,10 @@ Pane {
                 visible: !wizard.isAnalyzing
                 text: qsTr("Choose Folder…")
                 Layout.alignment: Qt.AlignHCenter
+                Accessible.name: text
                 onClicked: wizard.pickFolder()
+
+                FocusRing {}
             }
             Item { Layout.fillHeight: true }
         }
