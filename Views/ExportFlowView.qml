@@ -197,7 +197,6 @@ Item {
                             checked: !flow.exportAll
                             ButtonGroup.group: scope
                             Layout.fillWidth: true
-                            Accessible.role: Accessible.RadioButton
                             Accessible.name: text
                             onClicked: flow.exportAll = false
 
