@@ -186,7 +186,7 @@ Item {
         }
 
         function test_reportOutcomes(data) {
-            createTemporaryObject(reportComponent, root, { "report": data.report })
+            createTemporaryObject(reportComponent, root, { "report": fixture.migrationReport(data.report) })
             verifyAllNamed(data.tag)
             compare(named("Graphic"), [data.symbol])
             compare(named("Button"), ["Open Apple Notes", "Done"])
@@ -202,7 +202,9 @@ Item {
         }
 
         function test_resultOutcomes(data) {
-            createTemporaryObject(resultComponent, root, { "result": data.result, "destination": "file:///tmp/out" })
+            createTemporaryObject(resultComponent, root, {
+                "result": fixture.exportResult(data.result), "destination": "file:///tmp/out"
+            })
             verifyAllNamed(data.tag)
             compare(named("Graphic"), [data.symbol])
             compare(named("Button"), ["Reveal in Finder", "Done"])
