@@ -252,7 +252,8 @@ Item {
             chooseDestination(flow, out)
             fixture.screenshot(wizard, "keyboard-export-setup")
 
-            keyClick(Qt.Key_Return)
+            // Enter on the keypad starts the export as Return does.
+            keyClick(Qt.Key_Enter)
             tryCompare(flow, "stage", "result", 60000)
             compare(Screens.visibleTexts(flow.content), [
                 "Export complete", "1 note written · 1 folder", "Reveal in Finder", "Done"
@@ -268,6 +269,7 @@ Item {
             compare(wizard.screen, "picker")
         }
 
+        // Return does not press a button that is not the screen's prominent one; Shift+Tab walks backwards;
         // Escape on the analysis goes back to the start, with nothing left over, as the back button does.
         function test_escapeFromTheAnalysis() {
             const vault = fixture.makeDir()
@@ -281,6 +283,14 @@ Item {
             wizard.importDialog.selectedFolder = fixture.url(vault)
             wizard.importDialog.accept()
             tryCompare(wizard, "screen", "analysis", 10000)
+            // Shift+Tab walks the controls backwards, from the last.
+            root.forceActiveFocus()
+            keyClick(Qt.Key_Tab, Qt.ShiftModifier)
+            verify(findChild(wizard.content, "differentFolderButton").activeFocus)
+            keyClick(Qt.Key_Tab, Qt.ShiftModifier)
+            verify(findChild(wizard.content, "migrateButton").activeFocus)
+            keyClick(Qt.Key_Tab, Qt.ShiftModifier)
+            verify(findChild(wizard, "backButton").activeFocus)
             keyClick(Qt.Key_Escape)
             compare(wizard.screen, "picker")
             compare(wizard.direction, undefined)
