@@ -240,7 +240,13 @@ Item {
                         ListView {
                             objectName: "folderList"
                             anchors.fill: parent
-                            anchors.margins: 8
+                            // The padding of 8 is half outside the list's clip and half inside, so that the
+                            // focus ring of a row at the edge is not cut off.
+                            anchors.margins: 4
+                            topMargin: 4
+                            bottomMargin: 4
+                            leftMargin: 4
+                            rightMargin: 4
                             clip: true
                             model: flow.exporter?.availableFolders ?? []
                             boundsBehavior: Flickable.StopAtBounds

@@ -137,6 +137,7 @@ Item {
 
             compare(tabStops(), ["mdToNotesCard", "notesToMdCard"])
             verify(findChild(wizard, "mdToNotesCard").activeFocus)
+            fixture.screenshot(wizard, "keyboard-picker-focus")
             keyClick(Qt.Key_Return)
             compare(wizard.screen, "import")
 
@@ -242,6 +243,7 @@ Item {
             const home = Screens.button(flow.content, "Home")
             tabTo(home)
             keyClick(Qt.Key_Space)
+            fixture.screenshot(wizard, "keyboard-folder-row-focus")
             compare(home.checked, true)
             compare(flow.selectedFolders, ["Home"])
             const remember = findChild(flow.content, "rememberFavourite")
