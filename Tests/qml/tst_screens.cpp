@@ -3,6 +3,7 @@
 // never in the home.
 
 #include "AccessibilityTree.h"
+#include "ControllerStandIns.h"
 #include "Controllers.h"
 #include "ScreenFixture.h"
 #include "Translations.h"
@@ -14,6 +15,7 @@
 #include <QSettings>
 #include <QStandardPaths>
 #include <QTemporaryDir>
+#include <QtQml/qqml.h>
 #include <QtQml/qqmlextensionplugin.h>
 #include <QtQuickTest/quicktest.h>
 
@@ -39,6 +41,8 @@ public slots:
         qputenv("VELLORAN_OSASCRIPT", QByteArrayLiteral(VELLORAN_FAKE_OSASCRIPT));
         useVelloranStyle();
         registerControllerTypes();
+        qmlRegisterType<MigratorStandIn>("Velloran.StandIns", 1, 0, "MigratorStandIn");
+        qmlRegisterType<ExporterStandIn>("Velloran.StandIns", 1, 0, "ExporterStandIn");
         // As the application does: the screens speak the language of LANG (English for most tests).
         Translations::install();
     }
