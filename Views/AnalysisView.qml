@@ -23,6 +23,8 @@ Item {
 
     signal back()
 
+    ReturnKey { button: migrateButton }
+
     ColumnLayout {
         anchors.centerIn: parent
         width: Math.min(implicitWidth, view.width - 40)
@@ -100,6 +102,8 @@ Item {
             }
         }
         Button {
+            id: migrateButton
+
             objectName: "migrateButton"
             text: qsTr("Migrate to Apple Notes")
             icon.source: "icons/arrow.right.circle.fill.svg"
@@ -108,7 +112,10 @@ Item {
             Layout.preferredWidth: 280
             Layout.alignment: Qt.AlignHCenter
             Layout.topMargin: 6
+            Accessible.name: text
             onClicked: view.controller.migrate(view.migrator)
+
+            FocusRing {}
         }
         Button {
             objectName: "differentFolderButton"
@@ -116,7 +123,10 @@ Item {
             flat: true
             font.pixelSize: Theme.caption
             Layout.alignment: Qt.AlignHCenter
+            Accessible.name: text
             onClicked: view.back()
+
+            FocusRing {}
         }
     }
 }

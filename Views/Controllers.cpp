@@ -4,6 +4,7 @@
 #include <QGuiApplication>
 #include <QPalette>
 #include <QQuickStyle>
+#include <QStyleHints>
 #include <QtQml/qqmlextensionplugin.h>
 
 #include <QCoro/QCoroQml>
@@ -18,6 +19,9 @@ void registerControllerTypes()
 
 void useVelloranStyle()
 {
+    // Tab reaches every button and toggle, not only text fields and lists, whatever the desktop's
+    // keyboard-navigation setting: each screen has to be usable without a mouse.
+    QGuiApplication::styleHints()->setTabFocusBehavior(Qt::TabFocusAllControls);
 #ifndef Q_OS_MACOS
     // macOS keeps its native controls; elsewhere Fusion is the neutral desktop look.
     QQuickStyle::setStyle(QStringLiteral("Fusion"));

@@ -7,5 +7,5 @@
 void registerControllerTypes();
 
 /// The controls style and the palette: Fusion where no native style is wanted, `ink` as the accent
-/// (highlight) colour everywhere. Call once, before loading any QML.
+/// (highlight) colour everywhere; Tab reaches every control. Call once, before loading any QML.
 void useVelloranStyle();
