@@ -61,3 +61,10 @@ QVariantList Presenter::analysisRows(const QVariant &analysis)
         rows.append(QVariant::fromValue(row));
     return rows;
 }
+
+Presentation::Outcome Presenter::planOutcome(const QVariant &plan)
+{
+    if (plan.metaType() != QMetaType::fromType<MigrationPlan>())
+        return {};
+    return Presentation::outcomeOf(plan.value<MigrationPlan>());
+}
