@@ -43,23 +43,29 @@ QCoro::Task<> migrateVault(Migrator &migrator, QString vaultPath, Interrupt &int
     co_await run;
 }
 
-/// Scans the vault in the background and works out, note by note, what migrating it would do.
-QCoro::Task<> planVault(QString vaultPath, MigrationPlan &plan)
+/// Scans the vault in the background and works out, note by note, what migrating it would do. `stop` ends
+/// the check against Notes early.
+QCoro::Task<> planVault(QString vaultPath, MigrationPlan &plan, ScriptRunner::StopSignal &stop)
 {
     QFuture<VaultAnalysis> scanning = QtConcurrent::run(VaultScanner::scan, QUrl::fromLocalFile(vaultPath));
     const VaultAnalysis analysis = co_await scanning;
-    QCoro::Task<MigrationPlan> planning = MigrationPlanner::planChecked(analysis, QUrl::fromLocalFile(vaultPath));
+    QCoro::Task<MigrationPlan> planning
+        = MigrationPlanner::planChecked(analysis, QUrl::fromLocalFile(vaultPath), &stop);
     plan = co_await planning;
 }
 
 /// migrate --dry-run: the plan, listed as the analysis screen's details list it, or as JSON. Creates
 /// nothing; a Notes that cannot be read leaves the notes' presence there unknown, which is no failure.
+/// Ctrl-C ends the check against Notes (nothing temporary is left behind) and prints the plan so far.
 int dryRunCommand(const QString &vaultPath, bool json)
 {
+    Interrupt interrupt;
+    ScriptRunner::StopSignal stop;
+    interrupt.onInterrupt([&stop] { stop.request(); });
     MigrationPlan plan;
-    runOnEventLoop(planVault(vaultPath, plan));
+    runOnEventLoop(planVault(vaultPath, plan, stop));
     CliIo::out(json ? Presentation::indentedJson(plan) : outcomeText(Presentation::outcomeOf(plan)).toUtf8());
-    return 0;
+    return interrupt.requested() ? interruptedStatus : 0;
 }
 
 int migrateCommand(const QString &path, bool json, bool dryRun)

@@ -174,7 +174,7 @@ void markExisting(MigrationPlan &plan, const QHash<QString, QSet<QString>> &name
     }
 }
 
-QCoro::Task<MigrationPlan> planChecked(VaultAnalysis analysis, QUrl vault)
+QCoro::Task<MigrationPlan> planChecked(VaultAnalysis analysis, QUrl vault, ScriptRunner::StopSignal *stop)
 {
     QFuture<MigrationPlan> planning = QtConcurrent::run([analysis, vault] { return plan(analysis, vault); });
     MigrationPlan result = co_await planning;
@@ -182,7 +182,7 @@ QCoro::Task<MigrationPlan> planChecked(VaultAnalysis analysis, QUrl vault)
         // One private folder holds the read programs, and goes when the check ends.
         ScriptRunner::RunFolder folder;
         QCoro::Task<QHash<QString, QSet<QString>>> reading
-            = namesInDestination(ScriptRunner::Context { &folder, nullptr }, result);
+            = namesInDestination(ScriptRunner::Context { &folder, stop }, result);
         const QHash<QString, QSet<QString>> names = co_await reading;
         markExisting(result, names);
     } catch (const std::exception &error) {

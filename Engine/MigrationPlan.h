@@ -108,7 +108,8 @@ QCoro::Task<QHash<QString, QSet<QString>>> namesInDestination(ScriptRunner::Cont
 void markExisting(MigrationPlan &plan, const QHash<QString, QSet<QString>> &names);
 
 /// The whole plan: worked out off the calling thread, then checked against Apple Notes. Never throws:
-/// when Notes cannot be read, every note stays "unknown" and `unknownReason` says why.
-QCoro::Task<MigrationPlan> planChecked(VaultAnalysis analysis, QUrl vault);
+/// when Notes cannot be read, every note stays "unknown" and `unknownReason` says why. `stop`, when
+/// given, ends the check early, with the same outcome.
+QCoro::Task<MigrationPlan> planChecked(VaultAnalysis analysis, QUrl vault, ScriptRunner::StopSignal *stop = nullptr);
 
 } // namespace MigrationPlanner

@@ -15,6 +15,7 @@
 
 #include <QCoro/QCoroTask>
 
+#include <csignal>
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -238,6 +239,24 @@ private slots:
     }
 
     // Without osascript the dry run still lists every note, says why Notes was not checked, and succeeds.
+    // A Notes without the terms that give folder ids: the destination folders are read by name.
+    void notesWithoutFolderIds()
+    {
+        writeSmallVault();
+        fixture->seed(R"json({"folders": [{"name": "Imported by Velloran",
+            "notes": [{"name": "Home", "body": "<div>Home</div>"}],
+            "folders": [{"name": "Travel", "notes": [{"name": "trip (2)", "body": "<div>x</div>"}]}]}]})json");
+        qputenv("VELLORAN_FAKE_NOTES_OLD_NOTES", "1");
+        const TestUtil::CliResult r = runCli({ u"migrate"_s, u"--dry-run"_s, u"--json"_s, vault });
+        QCOMPARE(r.exitCode, 0);
+        const QJsonObject plan = QJsonDocument::fromJson(r.out).object();
+        QCOMPARE(plan[u"notesChecked"_s].toBool(), true);
+        QStringList presence;
+        for (const QJsonValue note : plan[u"notes"_s].toArray())
+            presence.append(note[u"title"_s].toString() + u": "_s + note[u"inNotes"_s].toString());
+        QCOMPARE(presence, (QStringList { u"Home: exists"_s, u"Note: new"_s, u"Trip: new"_s, u"trip (2): exists"_s }));
+    }
+
     void unknownWhenOsascriptIsMissing()
     {
         const QString missing = fixture->path(u"no-such-osascript"_s);
@@ -279,6 +298,25 @@ private slots:
             "\n"_s
                 + QString(exampleVaultNotes).replace(unchecked, skipped));
         QCOMPARE(after.exitCode, 0);
+    }
+
+    // Ctrl-C while Notes does not answer ends the check: the plan so far is printed, nothing is left behind.
+    void ctrlCEndsTheCheck()
+    {
+        writeSmallVault();
+        qputenv("VELLORAN_FAKE_NOTES_HANG", "list-folder-details");
+        QProcess process;
+        process.start(QStringLiteral(VELLORAN_CLI), { u"migrate"_s, u"--dry-run"_s, u"--json"_s, vault });
+        QVERIFY(process.waitForStarted());
+        QTRY_VERIFY_WITH_TIMEOUT(programsRun().contains(u"list-folder-details"_s), 60000);
+        ::kill(pid_t(process.processId()), SIGINT);
+        QVERIFY(process.waitForFinished(60000));
+        QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(process.exitCode(), 130);
+        const QJsonObject plan = QJsonDocument::fromJson(process.readAllStandardOutput()).object();
+        QCOMPARE(plan[u"notesChecked"_s].toBool(), false);
+        QCOMPARE(plan[u"unknownReason"_s].toString(), u"stopped before Notes answered"_s);
+        QCOMPARE(plan[u"notes"_s].toArray().size(), 4);
     }
 
     void unknownWhenAutomationIsRefused()
