@@ -128,6 +128,12 @@ QString smallVaultNotes(const QString &home, const QString &trip, const QString 
           "  bad.md — not UTF-8 text\n"_s;
 }
 
+/// The whole listing: the title, the summary line, then the notes (and what follows them).
+QString dryRun(const QString &summary, const QString &notes)
+{
+    return u"Dry run: nothing was created\n"_s + summary + u"\n\n"_s + notes;
+}
+
 const QString created = u"Will be created"_s;
 const QString skipped = u"Already in Apple Notes — will be skipped"_s;
 const QString unchecked = u"Not checked whether it is already in Apple Notes"_s;
@@ -198,10 +204,8 @@ private slots:
 
         const TestUtil::CliResult r = runCli({ u"migrate"_s, u"--dry-run"_s, vault });
         QCOMPARE(QString::fromUtf8(r.out),
-            u"Dry run: nothing was created\n"
-            "4 notes to create · 0 already in Apple Notes (skipped)\n"
-            "\n"_s
-                + smallVaultNotes(created, created, created));
+            dryRun(u"4 notes to create · 0 already in Apple Notes (skipped)"_s,
+                smallVaultNotes(created, created, created)));
         QCOMPARE(r.err, QByteArray());
         QCOMPARE(r.exitCode, 0);
 
@@ -223,10 +227,8 @@ private slots:
                         {"name": "Elsewhere", "notes": [{"name": "trip (2)", "body": "<div>x</div>"}]}]}]})json");
         const TestUtil::CliResult r = runCli({ u"migrate"_s, u"--dry-run"_s, vault });
         QCOMPARE(QString::fromUtf8(r.out),
-            u"Dry run: nothing was created\n"
-            "2 notes to create · 2 already in Apple Notes (skipped)\n"
-            "\n"_s
-                + smallVaultNotes(skipped, skipped, created));
+            dryRun(u"2 notes to create · 2 already in Apple Notes (skipped)"_s,
+                smallVaultNotes(skipped, skipped, created)));
         QCOMPARE(r.exitCode, 0);
         // The root and Travel are read; Elsewhere, where no note goes, is not.
         QCOMPARE(
@@ -267,12 +269,10 @@ private slots:
         qputenv("VELLORAN_OSASCRIPT", missing.toUtf8());
         const TestUtil::CliResult r = runCli({ u"migrate"_s, u"--dry-run"_s, vault });
         QCOMPARE(QString::fromUtf8(r.out),
-            u"Dry run: nothing was created\n"
-            "4 notes to migrate\n"
-            "\n"
-            "Apple Notes couldn't be read, so it is unknown which notes are already there (they would be "
-            "skipped): "_s
-                + launch.errorString() + u"\n\n"_s + smallVaultNotes(unchecked, unchecked, unchecked));
+            dryRun(u"4 notes to migrate"_s,
+                u"Apple Notes couldn't be read, so it is unknown which notes are already there (they would be "
+                "skipped): "_s
+                    + launch.errorString() + u"\n\n"_s + smallVaultNotes(unchecked, unchecked, unchecked)));
         QCOMPARE(r.err, QByteArray());
         QCOMPARE(r.exitCode, 0);
     }
@@ -283,20 +283,16 @@ private slots:
         fixture->seed(R"({"folders": []})");
         const TestUtil::CliResult before = runCli({ u"migrate"_s, u"--dry-run"_s, exampleVault });
         QCOMPARE(QString::fromUtf8(before.out),
-            u"Dry run: nothing was created\n"
-            "12 notes to create · 0 already in Apple Notes (skipped)\n"
-            "\n"_s
-                + QString(exampleVaultNotes).replace(unchecked, created));
+            dryRun(u"12 notes to create · 0 already in Apple Notes (skipped)"_s,
+                QString(exampleVaultNotes).replace(unchecked, created)));
         QCOMPARE(before.exitCode, 0);
         QCOMPARE(fixture->folders(), QJsonArray());
 
         QCOMPARE(runCli({ u"migrate"_s, exampleVault }).exitCode, 0);
         const TestUtil::CliResult after = runCli({ u"migrate"_s, u"--dry-run"_s, exampleVault });
         QCOMPARE(QString::fromUtf8(after.out),
-            u"Dry run: nothing was created\n"
-            "0 notes to create · 12 already in Apple Notes (skipped)\n"
-            "\n"_s
-                + QString(exampleVaultNotes).replace(unchecked, skipped));
+            dryRun(u"0 notes to create · 12 already in Apple Notes (skipped)"_s,
+                QString(exampleVaultNotes).replace(unchecked, skipped)));
         QCOMPARE(after.exitCode, 0);
     }
 
