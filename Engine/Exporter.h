@@ -94,8 +94,9 @@ public:
     /// folders of a name (compared case-insensitively), the name and " (2)", " (3)"…, skipping any that
     /// another folder's name or an earlier choice holds.
     static QStringList subfolderNames(const QList<NotesExporter::FolderEntry> &folders);
-    /// Clears the outcome of a finished export.
-    Q_INVOKABLE void reset();
+    /// Clears the outcome of a finished export. Virtual so that the wizard's screen tests can see the
+    /// screens ask.
+    Q_INVOKABLE virtual void reset();
     /// Asks a running export to stop after the note being written; the result then covers what was done.
     /// A request while the notes are still being read takes effect before the first note is written.
     /// A script reading from Notes that has not ended within the grace period is killed.
@@ -110,10 +111,12 @@ signals:
     void errorMessageChanged();
     void favouriteFolderChanged();
 
+protected:
+    void setResult(std::optional<NotesExporter::Result> result);
+
 private:
     void setAvailableFolders(const QStringList &folders) { m_availableFolders = folders; }
     void setLoadingFolders(bool loading) { m_isLoadingFolders = loading; }
-    void setResult(std::optional<NotesExporter::Result> result);
     void setErrorMessage(std::optional<QString> message) { m_errorMessage = std::move(message); }
 
     // Each announces a change, and only a change, through its signal.

@@ -4,13 +4,14 @@ import QtQuick.Dialogs
 import QtQuick.Layouts
 import QtQuick.Window
 import Velloran
+import Velloran.Engine
 
 // The Notes-to-Markdown direction in one screen: the setup, the progress of a run and its result.
 Item {
     id: flow
 
     // The shared Exporter.
-    property QtObject exporter
+    property Exporter exporter
     // Notes folder names ticked by the user, in the order ticked.
     property var selectedFolders: []
     property bool exportAll: true

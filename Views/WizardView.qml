@@ -4,6 +4,7 @@ import QtQuick.Dialogs
 import QtQuick.Layouts
 import QtQuick.Window
 import Velloran
+import Velloran.Engine
 
 // The root screen: a header, a divider, and the screen that the wizard's state and the controllers'
 // published state call for.
@@ -11,8 +12,8 @@ Pane {
     id: wizard
 
     // The shared controllers (a Migrator and an Exporter).
-    required property QtObject migrator
-    required property QtObject exporter
+    required property Migrator migrator
+    required property Exporter exporter
 
     // A MigrationDirection value, or undefined until the user picks one.
     property var direction: undefined

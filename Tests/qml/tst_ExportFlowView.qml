@@ -42,7 +42,7 @@ Item {
     TestCase {
         id: test
 
-        property QtObject exporter
+        property Exporter exporter
         property var flow
 
         name: "ExportFlowView"

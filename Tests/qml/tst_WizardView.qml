@@ -4,10 +4,12 @@ import QtQuick.Dialogs
 import QtQuick.Shapes
 import QtTest
 import Velloran
+import Velloran.Engine
+import Velloran.StandIns
 import "Screens.js" as Screens
 
-// The wizard decides from its own state and the controllers' published state; stand-ins publish the same
-// properties as Migrator and Exporter so that every state can be set directly.
+// The wizard decides from its own state and the controllers' published state; the stand-ins are a Migrator
+// and an Exporter whose published state each test sets directly.
 Item {
     id: root
 
@@ -17,45 +19,13 @@ Item {
     Component {
         id: migratorStandIn
 
-        QtObject {
-            property real progress: 0
-            property string currentNote: ""
-            property bool isRunning: false
-            property var report: undefined
-            property int clearCalls: 0
-            property int stopCalls: 0
-
-            function requestStop() {
-                stopCalls += 1
-            }
-
-            function clearReport() {
-                clearCalls += 1
-                report = undefined
-            }
-        }
+        MigratorStandIn {}
     }
 
     Component {
         id: exporterStandIn
 
-        QtObject {
-            property real progress: 0
-            property string currentNote: ""
-            property bool isRunning: false
-            property var availableFolders: []
-            property bool isLoadingFolders: false
-            property var result: undefined
-            property var errorMessage: undefined
-            property var favouriteFolder: undefined
-            property int resetCalls: 0
-
-            function reset() {
-                resetCalls += 1
-                result = undefined
-                errorMessage = undefined
-            }
-        }
+        ExporterStandIn {}
     }
 
     Component {
@@ -80,8 +50,8 @@ Item {
     TestCase {
         id: test
 
-        property QtObject migrator
-        property QtObject exporter
+        property Migrator migrator
+        property Exporter exporter
         property var wizard
         property string vault
 
@@ -275,9 +245,13 @@ Item {
             mouseClick(Screens.button(wizard.content, "Choose Folder…"))
             verify(panel.visible)
             panel.selectedFolder = fixture.url(vault)
+            // The panel hands its folder over when it has closed, which may be after accept() returns: the
+            // scan is seen starting and ending through the signals, whenever they come.
+            const analyzing = createTemporaryObject(spyComponent, test,
+                                                    { "target": wizard, "signalName": "isAnalyzingChanged" })
             panel.accept()
-            compare(wizard.isAnalyzing, true)
             tryCompare(wizard, "screen", "analysis", 10000)
+            compare(analyzing.count, 2)
             compare(wizard.vault, fixture.url(vault))
         }
 
@@ -302,7 +276,7 @@ Item {
 
         function test_progressScreen() {
             analyzed()
-            migrator.isRunning = true
+            migrator.publishRunning(true)
             compare(wizard.screen, "progress")
             compare(wizard.content.objectName, "migrationProgress")
             compare(Screens.visibleTexts(wizard.content), [
@@ -313,8 +287,7 @@ Item {
             compare(findChild(wizard.content, "progressBar").value, 0)
             compare(findChild(wizard.content, "progressBar").width, 360)
             fixture.screenshot(wizard, "migration-progress-preparing")
-            migrator.currentNote = "Ideas"
-            migrator.progress = 0.5
+            migrator.publishProgress(0.5, "Ideas")
             compare(Screens.visibleTexts(wizard.content), [
                 "Ideas",
                 "Creating notes in Apple Notes — don't quit Notes while this runs.",
@@ -337,19 +310,19 @@ Item {
         function test_screenOrder() {
             analyzed()
             // Running comes before a report that is still there from the last run.
-            migrator.report = root.emptyReport
-            migrator.isRunning = true
+            migrator.publishReport(fixture.migrationReport(root.emptyReport))
+            migrator.publishRunning(true)
             compare(wizard.screen, "progress")
-            migrator.isRunning = false
+            migrator.publishRunning(false)
             compare(wizard.screen, "report")
             compare(wizard.content.objectName, "report")
-            migrator.report = undefined
+            migrator.publishReport(undefined)
             compare(wizard.screen, "analysis")
         }
 
         function test_reportThenDone() {
             analyzed()
-            migrator.report = root.emptyReport
+            migrator.publishReport(fixture.migrationReport(root.emptyReport))
             compare(wizard.screen, "report")
             mouseClick(Screens.button(wizard.content, "Done"))
             compare(wizard.screen, "picker")
@@ -379,7 +352,7 @@ Item {
 
         function test_exportDoneGoesHome() {
             mouseClick(findChild(wizard, "notesToMdCard"))
-            exporter.result = { "written": 2, "failed": [], "folders": ["Work"] }
+            exporter.publishResult(fixture.exportResult({ "written": 2, "failed": [], "folders": ["Work"] }))
             compare(wizard.content.stage, "result")
             mouseClick(Screens.button(wizard.content, "Done"))
             compare(wizard.screen, "picker")
