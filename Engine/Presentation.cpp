@@ -175,10 +175,12 @@ Outcome outcomeOf(const MigrationPlan &plan)
     const qint64 failing = plan.failing();
     outcome.hasIssues = failing > 0 || !plan.unreadable.isEmpty();
     if (plan.notesChecked) {
-        outcome.summary = summaryLine(QCoreApplication::translate("Velloran", "%n notes to create", nullptr,
-                                          plural(plan.count(PlannedNote::willBeCreated))),
-            QCoreApplication::translate("Velloran", "%n already in Apple Notes (skipped)", nullptr,
-                plural(plan.count(PlannedNote::alreadyInNotes))));
+        // Counted apart: lupdate does not end on a qualified name among translate()'s arguments.
+        const qint64 toCreate = plan.count(PlannedNote::willBeCreated);
+        const qint64 toSkip = plan.count(PlannedNote::alreadyInNotes);
+        outcome.summary = summaryLine(
+            QCoreApplication::translate("Velloran", "%n notes to create", nullptr, plural(toCreate)),
+            QCoreApplication::translate("Velloran", "%n already in Apple Notes (skipped)", nullptr, plural(toSkip)));
     } else {
         outcome.summary = QCoreApplication::translate(
             "Velloran", "%n notes to migrate", nullptr, plural(plan.notes.size() - failing));

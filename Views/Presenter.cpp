@@ -33,6 +33,6 @@ QVariantList Presenter::analysisRows(const QVariant &analysis)
 Presentation::Outcome Presenter::planOutcome(const QVariant &plan)
 {
     if (plan.metaType() != QMetaType::fromType<MigrationPlan>())
-        return {};
-    return Presentation::outcomeOf(plan.value<MigrationPlan>());
+        return {}; // not worked out yet: not even the title
+    return Presentation::outcomeOf(gadgetFrom<MigrationPlan>(plan));
 }
