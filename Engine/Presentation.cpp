@@ -131,6 +131,75 @@ Outcome outcomeOf(const NotesExporter::Result &result)
     return outcome;
 }
 
+namespace {
+
+/// A planned note's line about whether Notes already has it.
+QString presenceLine(const PlannedNote &note)
+{
+    if (note.inNotes == PlannedNote::alreadyInNotes)
+        return QCoreApplication::translate("Velloran", "Already in Apple Notes — will be skipped");
+    if (note.inNotes == PlannedNote::willBeCreated)
+        return QCoreApplication::translate("Velloran", "Will be created");
+    return QCoreApplication::translate("Velloran", "Not checked whether it is already in Apple Notes");
+}
+
+/// One planned note: its title over what will happen to it.
+Section noteSection(const PlannedNote &note)
+{
+    const QString heading = note.renamedFrom.isEmpty()
+        ? note.title
+        : QCoreApplication::translate("Velloran", "%1 → renamed from “%2”").arg(note.title, note.renamedFrom);
+    QStringList lines { QCoreApplication::translate("Velloran", "Folder: %1").arg(note.folder.join(u" / "_s)) };
+    if (!note.failure.isEmpty()) {
+        lines.append(QCoreApplication::translate("Velloran", "Will fail: %1").arg(note.failure));
+    } else {
+        lines.append(presenceLine(note));
+        for (const QString &image : note.imagesAttached)
+            lines.append(QCoreApplication::translate("Velloran", "Image attached: %1").arg(image));
+        for (const auto &[image, reason] : note.imagesNotAttached)
+            lines.append(QCoreApplication::translate("Velloran", "Image not attached: %1 — %2").arg(image, reason));
+        for (const QString &link : note.wikilinks)
+            lines.append(QCoreApplication::translate("Velloran", "Wikilink becomes underlined text: %1").arg(link));
+        if (note.hasTables)
+            lines.append(QCoreApplication::translate("Velloran", "Tables preserved as real Notes tables"));
+    }
+    return listed(heading, lines);
+}
+
+} // namespace
+
+Outcome outcomeOf(const MigrationPlan &plan)
+{
+    Outcome outcome;
+    outcome.title = QCoreApplication::translate("Velloran", "Dry run: nothing was created");
+    const qint64 failing = plan.failing();
+    outcome.hasIssues = failing > 0 || !plan.unreadable.isEmpty();
+    if (plan.notesChecked) {
+        // Counted apart: lupdate does not end on a qualified name among translate()'s arguments.
+        const qint64 toCreate = plan.count(PlannedNote::willBeCreated);
+        const qint64 toSkip = plan.count(PlannedNote::alreadyInNotes);
+        outcome.summary = summaryLine(
+            QCoreApplication::translate("Velloran", "%n notes to create", nullptr, plural(toCreate)),
+            QCoreApplication::translate("Velloran", "%n already in Apple Notes (skipped)", nullptr, plural(toSkip)));
+    } else {
+        outcome.summary = QCoreApplication::translate(
+            "Velloran", "%n notes to migrate", nullptr, plural(plan.notes.size() - failing));
+    }
+    if (!plan.notesChecked && !plan.unknownReason.isEmpty())
+        outcome.sections.append(paragraph(QCoreApplication::translate("Velloran",
+            "Apple Notes couldn't be read, so it is unknown which notes are already there (they would be "
+            "skipped): %1")
+                                              .arg(plan.unknownReason)));
+    for (const PlannedNote &note : plan.notes)
+        outcome.sections.append(noteSection(note));
+    if (!plan.unreadable.isEmpty())
+        outcome.sections.append(
+            listed(QCoreApplication::translate("Velloran", "Couldn't be read — will be listed as failed (%n)", nullptr,
+                       plural(plan.unreadable.size())),
+                dashed(plan.unreadable)));
+    return outcome;
+}
+
 AnalysisSummary summaryOf(const VaultAnalysis &analysis)
 {
     AnalysisSummary summary;
