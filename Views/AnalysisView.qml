@@ -121,11 +121,14 @@ Item {
                 flat: true
                 font.pixelSize: Theme.callout
                 Layout.alignment: Qt.AlignHCenter
+                Accessible.name: text
                 onClicked: {
                     view.detailsOpen = !view.detailsOpen
                     if (view.detailsOpen && view.controller.plan === undefined)
                         view.controller.loadPlan()
                 }
+
+                FocusRing {}
             }
             Label {
                 objectName: "detailsChecking"

@@ -159,9 +159,15 @@ Item {
         function test_analysis() {
             analyse({ "Welcome.md": "# Welcome\n", "Projects/Plan.md": "| a | b |\n|---|---|\n| 1 | 2 |\n" })
             verifyAllNamed("analysis")
-            compare(named("Button"), ["Back to start", "Migrate to Apple Notes", "Choose a different folder"])
+            compare(named("Button"),
+                    ["Back to start", "Show details", "Migrate to Apple Notes", "Choose a different folder"])
             compare(named("Graphic"), [])
             verify(named("StaticText").indexOf("2 notes") >= 0)
+            // Opened, the details are named too.
+            mouseClick(findChild(wizard.content, "detailsButton"))
+            compare(findChild(wizard.content, "detailsButton").text, "Hide details")
+            tryVerify(() => findChild(wizard.content, "detailsList").visible, 10000)
+            verifyAllNamed("analysis details")
         }
 
         function test_migrationProgressAndReport() {

@@ -155,7 +155,7 @@ Item {
             tryCompare(wizard, "screen", "analysis", 10000)
             compare(wizard.content.rows.map(row => row.count), ["3 notes", "2 folders", "1 image", "1 wikilink", "Tables"])
 
-            compare(tabStops(), ["backButton", "migrateButton", "differentFolderButton"])
+            compare(tabStops(), ["backButton", "detailsButton", "migrateButton", "differentFolderButton"])
             // Return presses "Migrate to Apple Notes" even with the focus on the back button.
             verify(findChild(wizard, "backButton").activeFocus)
             keyClick(Qt.Key_Return)
@@ -296,6 +296,8 @@ Item {
             verify(findChild(wizard.content, "differentFolderButton").activeFocus)
             keyClick(Qt.Key_Tab, Qt.ShiftModifier)
             verify(findChild(wizard.content, "migrateButton").activeFocus)
+            keyClick(Qt.Key_Tab, Qt.ShiftModifier)
+            verify(findChild(wizard.content, "detailsButton").activeFocus)
             keyClick(Qt.Key_Tab, Qt.ShiftModifier)
             verify(findChild(wizard, "backButton").activeFocus)
             keyClick(Qt.Key_Escape)
