@@ -67,6 +67,30 @@ QList<NoteRecord> parseRecords(const QString &output)
     return records;
 }
 
+QList<NoteRecord> parseRecordsWithDates(const QString &output)
+{
+    const auto date = [](QStringView text) {
+        // Local time, as Notes gives it; a null QDateTime when missing or malformed.
+        return QDateTime::fromString(Text::trimWhitespaceAndNewlines(text).toString(), Qt::ISODate);
+    };
+    QList<NoteRecord> records;
+    for (const QStringView piece : QStringView(output).split(recordSep)) {
+        if (Text::trimWhitespaceAndNewlines(piece).isEmpty())
+            continue;
+        const QList<QStringView> fields = piece.split(fieldSep);
+        if (fields.size() < 6)
+            continue;
+        QString html = fields[5].toString();
+        for (qsizetype i = 6; i < fields.size(); ++i) {
+            html += fieldSep;
+            html += fields[i];
+        }
+        records.append({ stripFieldSeparators(fields[0]), stripFieldSeparators(fields[1]), html,
+            Text::trimWhitespaceAndNewlines(fields[2]).toString(), date(fields[3]), date(fields[4]) });
+    }
+    return records;
+}
+
 namespace {
 
 QStringList folderNames(const QString &output)
@@ -156,7 +180,8 @@ namespace {
 
 /// One folder's notes from `program` run with the one argument `argument`. A failed script is the read's
 /// failure (marked when the program did not compile); only RunStopped is thrown.
-QCoro::Task<FolderRead> readWith(ScriptRunner::Context context, QStringView program, QString argument)
+QCoro::Task<FolderRead> readWith(ScriptRunner::Context context, QStringView program, QString argument,
+    QList<NoteRecord> (*parse)(const QString &) = parseRecords)
 {
     FolderRead read;
     try {
@@ -164,7 +189,7 @@ QCoro::Task<FolderRead> readWith(ScriptRunner::Context context, QStringView prog
             ScriptRunner::Side::read, withStripSeps(program), QStringList(argument), context.folder, context.stop);
         const QString output = co_await running;
         // A folder with many notes reads back as megabytes: parsed off this thread.
-        QFuture<QList<NoteRecord>> parsing = QtConcurrent::run(parseRecords, output);
+        QFuture<QList<NoteRecord>> parsing = QtConcurrent::run(parse, output);
         read.notes = co_await parsing;
     } catch (const RunStopped &) {
         throw;
@@ -213,6 +238,11 @@ QCoro::Task<QList<FolderEntry>> listFolderDetails(ScriptRunner::Context context)
 QCoro::Task<FolderRead> readFolderById(ScriptRunner::Context context, QString id)
 {
     return readWith(context, folderReadByIdProgram, std::move(id));
+}
+
+QCoro::Task<FolderRead> readFolderWithDates(ScriptRunner::Context context, QString id)
+{
+    return readWith(context, folderReadWithDatesProgram, std::move(id), parseRecordsWithDates);
 }
 
 std::optional<QString> unreadableBodyReason(const QString &html)
