@@ -126,8 +126,9 @@ bool firstOfItsName(const QList<FolderEntry> &listed, qsizetype position)
 
 /// Reads the chosen folders in turn into `reads`, by id while this Notes compiles the program that does
 /// so, otherwise by name: of each name only the first folder can then be reached, and the others are
-/// listed as not exported. A folder that cannot be read is a failure, listed by its label. Ends at a stop
-/// request, or when the controller (`owner`) goes away.
+/// listed as not exported. A folder that cannot be read is a failure, listed by its label. The notes' ids
+/// and dates are read too when `reads` asks for them (see readById); an update that cannot have them ends
+/// the reading there. Ends at a stop request, or when the controller (`owner`) goes away.
 QCoro::Task<> readFolders(ScriptRunner::Context context, const QList<FolderEntry> &listed, const QStringList &labels,
     const QList<qsizetype> &chosen, FolderReads &reads, QPointer<Exporter> owner)
 {
@@ -137,7 +138,7 @@ QCoro::Task<> readFolders(ScriptRunner::Context context, const QList<FolderEntry
     const QStringList subfolders = Exporter::subfolderNames(chosenFolders);
 
     bool byId = !chosenFolders.isEmpty() && !chosenFolders.first().id.isEmpty();
-    if (!byId && reads.withDates) {
+    if (!byId && reads.withDates && !chosenFolders.isEmpty()) {
         // Without folder ids, the program that gives the notes' ids and dates cannot be used.
         reads.withDates = false;
         reads.datesUnavailable = true;

@@ -203,6 +203,30 @@ private slots:
                        "\n"));
     }
 
+    void notesOfFoldersNotExportedAreNotGone()
+    {
+        fixture->seed(R"({"folders": [
+            {"name": "Work", "notes": [{"name": "Plan", "body": "<div>Plan</div>", "id": "w1"}]},
+            {"name": "Home", "notes": [{"name": "Keys", "body": "<div>Keys</div>", "id": "h1"}]}]})");
+        QCOMPARE(runCli({ u"export"_s, u"--update"_s, out() }).exitCode, 0);
+        fixture->seed(R"({"folders": [
+            {"name": "Work", "notes": []},
+            {"name": "Home", "notes": [{"name": "Keys", "body": "<div>Keys</div>", "id": "h1"}]}]})");
+        TestUtil::CliResult r = runCli({ u"export"_s, u"--update"_s, u"--json"_s, u"--folder"_s, u"Home"_s, out() });
+        QCOMPARE(r.exitCode, 0);
+        QCOMPARE(r.out,
+            QByteArray(R"({"written":0,"failed":[],"folders":["Home"],"stopped":false,)"
+                       R"("update":{"updated":[],"unchanged":1,"keptEdits":[],"gone":[]}})"
+                       "\n"));
+        // Read whole, the emptied folder tells that its note is gone.
+        r = runCli({ u"export"_s, u"--update"_s, u"--json"_s, u"--folder"_s, u"Work"_s, out() });
+        QCOMPARE(r.exitCode, 0);
+        QCOMPARE(r.out,
+            QByteArray(R"({"written":0,"failed":[],"folders":[],"stopped":false,)"
+                       R"("update":{"updated":[],"unchanged":0,"keptEdits":[],"gone":["Work/Plan.md"]}})"
+                       "\n"));
+    }
+
     void updateWritesARemovedFileAgain()
     {
         fixture->seed(firstLibrary);
