@@ -47,7 +47,12 @@ QString stripFieldSeparators(QStringView text)
     return stripped;
 }
 
-QList<NoteRecord> parseRecords(const QString &output)
+namespace {
+
+/// The records of a folder read's output: `head` fields, then the body, which takes every field after
+/// them, so that a body holding a field separator survives whole. Blank pieces and pieces with fewer
+/// fields are skipped. `make` turns the head fields and the body into a record.
+template<typename Make> QList<NoteRecord> parseWith(const QString &output, qsizetype head, Make make)
 {
     QList<NoteRecord> records;
     for (const QStringView piece : QStringView(output).split(recordSep)) {
@@ -55,16 +60,25 @@ QList<NoteRecord> parseRecords(const QString &output)
         if (Text::trimWhitespaceAndNewlines(piece).isEmpty())
             continue;
         const QList<QStringView> fields = piece.split(fieldSep);
-        if (fields.size() < 3)
+        if (fields.size() < head + 1)
             continue;
-        QString html = fields[2].toString();
-        for (qsizetype i = 3; i < fields.size(); ++i) {
+        QString html = fields[head].toString();
+        for (qsizetype i = head + 1; i < fields.size(); ++i) {
             html += fieldSep;
             html += fields[i];
         }
-        records.append({ stripFieldSeparators(fields[0]), stripFieldSeparators(fields[1]), html });
+        records.append(make(fields, std::move(html)));
     }
     return records;
+}
+
+} // namespace
+
+QList<NoteRecord> parseRecords(const QString &output)
+{
+    return parseWith(output, 2, [](const QList<QStringView> &fields, QString html) {
+        return NoteRecord { stripFieldSeparators(fields[0]), stripFieldSeparators(fields[1]), std::move(html) };
+    });
 }
 
 QList<NoteRecord> parseRecordsWithDates(const QString &output)
@@ -73,22 +87,10 @@ QList<NoteRecord> parseRecordsWithDates(const QString &output)
         // Local time, as Notes gives it; a null QDateTime when missing or malformed.
         return QDateTime::fromString(Text::trimWhitespaceAndNewlines(text).toString(), Qt::ISODate);
     };
-    QList<NoteRecord> records;
-    for (const QStringView piece : QStringView(output).split(recordSep)) {
-        if (Text::trimWhitespaceAndNewlines(piece).isEmpty())
-            continue;
-        const QList<QStringView> fields = piece.split(fieldSep);
-        if (fields.size() < 6)
-            continue;
-        QString html = fields[5].toString();
-        for (qsizetype i = 6; i < fields.size(); ++i) {
-            html += fieldSep;
-            html += fields[i];
-        }
-        records.append({ stripFieldSeparators(fields[0]), stripFieldSeparators(fields[1]), html,
-            Text::trimWhitespaceAndNewlines(fields[2]).toString(), date(fields[3]), date(fields[4]) });
-    }
-    return records;
+    return parseWith(output, 5, [&date](const QList<QStringView> &fields, QString html) {
+        return NoteRecord { stripFieldSeparators(fields[0]), stripFieldSeparators(fields[1]), std::move(html),
+            Text::trimWhitespaceAndNewlines(fields[2]).toString(), date(fields[3]), date(fields[4]) };
+    });
 }
 
 namespace {

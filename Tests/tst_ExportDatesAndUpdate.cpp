@@ -91,6 +91,13 @@ class tst_ExportDatesAndUpdate : public QObject
 
     QString out() const { return fixture->path(u"out"_s); }
 
+    /// Writes a file below the destination, making its folder.
+    void putFile(const QString &relative, const QByteArray &bytes) const
+    {
+        QVERIFY(QDir().mkpath(QFileInfo(out() + u'/' + relative).path()));
+        writeFile(out() + u'/' + relative, bytes);
+    }
+
 private slots:
     void init() { fixture = std::make_unique<NotesFixture>(); }
     void cleanup() { fixture.reset(); }
@@ -243,8 +250,7 @@ private slots:
     void updateWithoutAnEarlierExportWritesEverything()
     {
         fixture->seed(firstLibrary);
-        QVERIFY(QDir().mkpath(out() + u"/Work"_s));
-        writeFile(out() + u"/Work/Plan.md"_s, "mine\n");
+        putFile(u"Work/Plan.md"_s, "mine\n");
         const TestUtil::CliResult r = runCli({ u"export"_s, u"--update"_s, out() });
         QCOMPARE(r.exitCode, 0);
         QCOMPARE(r.out, QByteArray("Export complete\n5 notes written · 1 folder\n"));
@@ -313,8 +319,7 @@ private slots:
     void aDamagedRecordStopsAnUpdate()
     {
         fixture->seed(firstLibrary);
-        QVERIFY(QDir().mkpath(out() + u"/.velloran"_s));
-        writeFile(out() + u"/.velloran/export.json"_s, "not json");
+        putFile(u".velloran/export.json"_s, "not json");
         const TestUtil::CliResult r = runCli({ u"export"_s, u"--update"_s, out() });
         QCOMPARE(r.exitCode, 1);
         QCOMPARE(QString::fromUtf8(r.out),
