@@ -155,6 +155,8 @@ public:
             return readFolderById();
         case Program::readFolderWithDates:
             return readFolderWithDates();
+        case Program::countFoldersAndNotes:
+            return countFoldersAndNotes();
         }
         return std::nullopt;
     }
@@ -288,6 +290,13 @@ private:
 
     /// The folder read by its id, with each note's id and dates between its name and its body.
     QString readFolderWithDates() { return readFolderById(true); }
+
+    /// Every folder of every account at every depth, as the folder lists name them, and every note.
+    QString countFoldersAndNotes()
+    {
+        tellNotes(u"count of folders"_s);
+        return u"%1 %2"_s.arg(m_store.folderNames().size()).arg(m_store.noteCount());
+    }
 
     /// The folder read by its id: an error when there is none, bodies without separators.
     QString readFolderById(bool withDates = false)

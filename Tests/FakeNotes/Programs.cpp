@@ -192,9 +192,18 @@ constexpr char readFolderWithDatesText[] = R"as(on run argv
 end run
 )as";
 
-constexpr Program allPrograms[]
-    = { Program::ensureFolder, Program::ensureSubfolder, Program::createNote, Program::listFolders, Program::readFolder,
-          Program::listFolderDetails, Program::readFolderById, Program::readFolderWithDates };
+constexpr char countFoldersAndNotesText[] = R"as(on run argv
+    tell application "Notes"
+        set folderCount to count of folders
+        set noteCount to count of notes
+    end tell
+    return (folderCount as text) & " " & (noteCount as text)
+end run
+)as";
+
+constexpr Program allPrograms[] = { Program::ensureFolder, Program::ensureSubfolder, Program::createNote,
+    Program::listFolders, Program::readFolder, Program::listFolderDetails, Program::readFolderById,
+    Program::readFolderWithDates, Program::countFoldersAndNotes };
 
 QString expand(const char *text)
 {
@@ -225,6 +234,8 @@ QString text(Program program)
         return expand(readFolderByIdText) + expand(stripSepsText);
     case Program::readFolderWithDates:
         return expand(readFolderWithDatesText) + expand(stripSepsText);
+    case Program::countFoldersAndNotes:
+        return expand(countFoldersAndNotesText);
     }
     return QString();
 }
@@ -248,6 +259,8 @@ QString name(Program program)
         return u"read-folder-by-id"_s;
     case Program::readFolderWithDates:
         return u"read-folder-with-dates"_s;
+    case Program::countFoldersAndNotes:
+        return u"count-folders-and-notes"_s;
     }
     return QString();
 }

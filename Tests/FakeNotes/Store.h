@@ -96,6 +96,8 @@ public:
     /// id has "x-coredata://FakeNotes/ICNote/p" and its row (stable while the store holds it); one without
     /// dates was created 2024-01-01T09:00:00 and modified 2024-01-02T10:30:00.
     QList<Note> notes(const StoredFolder &folder);
+    /// How many notes all folders hold together.
+    qint64 noteCount();
 
     /// The names of every folder, in depth-first order.
     QStringList folderNames();
