@@ -109,13 +109,15 @@ QCoro::Task<bool> foldersExist(Exporter &exporter, QStringList folders)
     co_return true;
 }
 
-int exportCommand(const QString &destinationArgument, const QStringList &folders, bool json)
+int exportCommand(const QString &destinationArgument, const QStringList &folders, bool json,
+    const NotesExporter::ExportOptions &options)
 {
     if (!CliIo::checkDestination(destinationArgument))
         return 1;
     const QString destination = QFileInfo(destinationArgument).absoluteFilePath();
     Interrupt interrupt;
     Exporter exporter;
+    exporter.setExportOptions(options);
     if (!folders.isEmpty()) {
         bool exist = false;
         runOnEventLoop([](Exporter &exporter, QStringList folders, bool &exist) -> QCoro::Task<> {
@@ -208,11 +210,20 @@ void addRunCommands(CLI::App &app, int &exitCode)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     exportRun->add_flag("--json", *exportJson,
         CliIo::helpText(QT_TRANSLATE_NOOP("Velloran", "Print the result as JSON (a failure as {\"error\": MESSAGE})")));
+    auto exportOptions = std::make_shared<NotesExporter::ExportOptions>();
+    exportRun->add_flag("--dates", exportOptions->dates,
+        CliIo::helpText(QT_TRANSLATE_NOOP("Velloran",
+            "Keep dates: write each note's creation and modification dates as frontmatter, and give its file "
+            "the note's modification time")));
+    exportRun->add_flag("--update", exportOptions->update,
+        CliIo::helpText(QT_TRANSLATE_NOOP("Velloran",
+            "Update a previous export into DEST: rewrite the files of notes that changed, unless you edited "
+            "them (the new version is then written beside), and list notes gone from Notes")));
     exportRun->callback([=, &exitCode] {
         QStringList folders;
         for (const std::string &folder : *exportFolders)
             folders.append(QString::fromLocal8Bit(folder));
-        exitCode = exportCommand(QString::fromLocal8Bit(*exportDestination), folders, *exportJson);
+        exitCode = exportCommand(QString::fromLocal8Bit(*exportDestination), folders, *exportJson, *exportOptions);
     });
 
     addRoundTripCommand(app, exitCode);

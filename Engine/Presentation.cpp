@@ -111,6 +111,39 @@ Outcome outcomeOf(const Migrator::Report &report)
     return outcome;
 }
 
+namespace {
+
+/// What updating a previous export did: the files rewritten, the unchanged notes, the edited files kept
+/// and the notes gone from Notes, each only when it has something.
+QList<Section> updateSections(const NotesExporter::UpdateSummary &update)
+{
+    QList<Section> sections;
+    if (!update.updated.isEmpty())
+        sections.append(
+            listed(QCoreApplication::translate("Velloran", "Updated (%n)", nullptr, plural(update.updated.size())),
+                update.updated));
+    if (update.unchanged >= 1)
+        sections.append(paragraph(QCoreApplication::translate("Velloran",
+            "%n notes had not changed since the last export and were left alone.", nullptr, plural(update.unchanged))));
+    if (!update.keptEdits.isEmpty()) {
+        QStringList lines;
+        for (const auto &[edited, copy] : update.keptEdits)
+            lines.append(QCoreApplication::translate("Velloran", "%1 — kept your edits; the new version is %2")
+                             .arg(edited, copy));
+        sections.append(listed(
+            QCoreApplication::translate("Velloran", "Kept your edits (%n)", nullptr, plural(update.keptEdits.size())),
+            lines));
+    }
+    if (!update.gone.isEmpty())
+        sections.append(
+            listed(QCoreApplication::translate("Velloran", "No longer in Apple Notes — files left alone (%n)", nullptr,
+                       plural(update.gone.size())),
+                update.gone));
+    return sections;
+}
+
+} // namespace
+
 Outcome outcomeOf(const NotesExporter::Result &result)
 {
     Outcome outcome;
@@ -128,6 +161,11 @@ Outcome outcomeOf(const NotesExporter::Result &result)
         outcome.sections.append(
             listed(QCoreApplication::translate("Velloran", "Failed (%n)", nullptr, plural(result.failed.size())),
                 dashed(result.failed)));
+    if (result.datesUnavailable)
+        outcome.sections.append(paragraph(QCoreApplication::translate(
+            "Velloran", "This version of Notes does not give the notes’ dates: the files were written without them.")));
+    if (result.update)
+        outcome.sections += updateSections(*result.update);
     return outcome;
 }
 
@@ -363,7 +401,9 @@ QJsonObject jsonObject(const QMetaObject &type, const void *gadget)
     QJsonObject object;
     for (int i = type.propertyOffset(); i < type.propertyCount(); ++i) {
         const QMetaProperty property = type.property(i);
-        object.insert(QString::fromLatin1(property.name()), jsonTree(property.readOnGadget(gadget)));
+        const QVariant value = property.readOnGadget(gadget);
+        if (value.isValid())
+            object.insert(QString::fromLatin1(property.name()), jsonTree(value));
     }
     return object;
 }
@@ -376,9 +416,13 @@ QByteArray compactJson(const QMetaObject &type, const void *gadget)
     QByteArray json = "{";
     for (int i = type.propertyOffset(); i < type.propertyCount(); ++i) {
         const QMetaProperty property = type.property(i);
+        const QVariant value = property.readOnGadget(gadget);
+        // Undefined: a value that only some runs have (what an option adds) is left out of the others.
+        if (!value.isValid())
+            continue;
         if (json.size() > 1)
             json += ',';
-        json += '"' + QByteArray(property.name()) + "\":" + compactValue(property.readOnGadget(gadget));
+        json += '"' + QByteArray(property.name()) + "\":" + compactValue(value);
     }
     return json + '}';
 }

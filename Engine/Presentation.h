@@ -62,7 +62,9 @@ public:
 /// degraded wikilinks. Missing images, skipped notes, flattened folders and wikilinks alone are no issue.
 Outcome outcomeOf(const Migrator::Report &report);
 /// The export result: "Export complete", "… finished with issues" (a failure) or "… stopped"; the notes
-/// written and folders; then the stop and the failures, each only when it has something.
+/// written and folders; then the stop and the failures, each only when it has something; then, when the
+/// dates were asked for and Notes did not give them, a paragraph saying so, and for an update of a
+/// previous export, the files updated, the unchanged notes, the edits kept and the notes gone.
 Outcome outcomeOf(const NotesExporter::Result &result);
 
 /// A migration worked out without running it (a dry run), as the analysis screen's details and
