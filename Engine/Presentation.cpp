@@ -111,6 +111,27 @@ Outcome outcomeOf(const Migrator::Report &report)
     return outcome;
 }
 
+namespace {
+
+/// What the export's options did, each only when the export was asked for it.
+void appendExportOptionSections(QList<Section> &sections, const NotesExporter::Result &result)
+{
+    if (result.imagesAsFiles) {
+        sections.append(paragraph(QCoreApplication::translate(
+            "Velloran", "%n images saved as files.", nullptr, plural(result.imagesSaved))));
+        if (!result.imagesKeptInline.isEmpty())
+            sections.append(listed(QCoreApplication::translate("Velloran", "Images kept inline (%n)", nullptr,
+                                       plural(result.imagesKeptInline.size())),
+                dashed(result.imagesKeptInline)));
+    }
+    if (result.linksBetweenNotes && !result.linksOutsideExport.isEmpty())
+        sections.append(listed(QCoreApplication::translate("Velloran", "Links to notes outside the export (%n)",
+                                   nullptr, plural(result.linksOutsideExport.size())),
+            dashed(result.linksOutsideExport)));
+}
+
+} // namespace
+
 Outcome outcomeOf(const NotesExporter::Result &result)
 {
     Outcome outcome;
@@ -128,6 +149,7 @@ Outcome outcomeOf(const NotesExporter::Result &result)
         outcome.sections.append(
             listed(QCoreApplication::translate("Velloran", "Failed (%n)", nullptr, plural(result.failed.size())),
                 dashed(result.failed)));
+    appendExportOptionSections(outcome.sections, result);
     return outcome;
 }
 
@@ -294,7 +316,9 @@ QJsonObject jsonObject(const QMetaObject &type, const void *gadget)
     QJsonObject object;
     for (int i = type.propertyOffset(); i < type.propertyCount(); ++i) {
         const QMetaProperty property = type.property(i);
-        object.insert(QString::fromLatin1(property.name()), jsonTree(property.readOnGadget(gadget)));
+        const QVariant value = property.readOnGadget(gadget);
+        if (value.isValid()) // a value that does not apply to this gadget
+            object.insert(QString::fromLatin1(property.name()), jsonTree(value));
     }
     return object;
 }
@@ -307,9 +331,12 @@ QByteArray compactJson(const QMetaObject &type, const void *gadget)
     QByteArray json = "{";
     for (int i = type.propertyOffset(); i < type.propertyCount(); ++i) {
         const QMetaProperty property = type.property(i);
+        const QVariant value = property.readOnGadget(gadget);
+        if (!value.isValid())
+            continue; // a value that does not apply to this gadget
         if (json.size() > 1)
             json += ',';
-        json += '"' + QByteArray(property.name()) + "\":" + compactValue(property.readOnGadget(gadget));
+        json += '"' + QByteArray(property.name()) + "\":" + compactValue(value);
     }
     return json + '}';
 }

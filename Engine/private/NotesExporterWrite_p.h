@@ -1,10 +1,13 @@
 #pragma once
 
+#include "NotesExporter.h"
+
 #include <QByteArray>
 #include <QHash>
 #include <QSet>
 #include <QString>
 
+#include <functional>
 #include <optional>
 #include <utility>
 
@@ -63,6 +66,28 @@ struct NewFile
     QString error;
 };
 
+/// The file name (with its extension) that try number `counter` gives for a new file, or nothing to pass
+/// over that number.
+using CandidateName = std::function<std::optional<QString>(qint64 counter)>;
+
+/// The outcome of claiming a name for one new file.
+struct ClaimedFile
+{
+    /// The file name taken, with its extension; empty when the write failed.
+    QString fileName;
+    /// The try that gave it.
+    qint64 counter = 0;
+    /// The system's description of the failure; empty when the file was written.
+    QString error;
+};
+
+/// Writes `bytes` as a new file in `folder` under the first name that `candidate` gives, from try
+/// `firstCounter` on, that nothing in the folder has: the way writeNewFile writes a note, for any kind
+/// of file. Never replaces anything and never writes through a symbolic link; a failure leaves no file
+/// behind. `method` is as for writeNewFile.
+ClaimedFile claimNewFile(const QString &folder, qint64 firstCounter, const CandidateName &candidate,
+    const QByteArray &bytes, ClaimMethod &method);
+
 /// Writes `bytes` as a new file `folder/<name>.md`, where name is the first candidate for `base` (see
 /// candidateName) that is neither given out in this run nor present in the folder, and records it in
 /// `names`. Every write is checked and flushed to the disk; a failure leaves no file behind, neither
@@ -70,6 +95,12 @@ struct NewFile
 /// becomes exclusiveCreate, for this note and for the caller to keep.
 NewFile writeNewFile(
     const QString &folder, const QString &base, const QByteArray &bytes, RunNames &names, ClaimMethod &method);
+
+/// The subfolder of the destination that a note goes into: its Notes folder's name, sanitised ("Notes"
+/// when it has none).
+QString subfolderOf(const NoteRecord &note);
+/// The name a note's file is made from: its name, sanitised ("Untitled" when nothing is left).
+QString baseNameOf(const NoteRecord &note);
 
 /// The text of one exported file: a "# " heading with the note's name, an empty line, the Markdown and
 /// a final line feed.
