@@ -27,7 +27,8 @@ const QString attachmentsFolder = u"attachments"_s;
 /// Whether anything, a dangling symbolic link included, has the name `path`.
 bool pathTaken(const QString &path)
 {
-    struct stat info {};
+    struct stat info
+    { };
     return ::lstat(QFile::encodeName(path).constData(), &info) == 0 || errno != ENOENT;
 }
 
@@ -152,8 +153,8 @@ QString NoteConverter::markdown(qsizetype index, const QString &folderPath)
         };
     }
     if (m_options.imagesAsFiles) {
-        convert.image = [this, index, &folderPath](
-                            const QString &source) { return saveImage(index, folderPath, source); };
+        convert.image
+            = [this, index, &folderPath](const QString &source) { return saveImage(index, folderPath, source); };
     }
     return HtmlToMarkdown::convert(note.html, convert);
 }

@@ -471,8 +471,8 @@ bool isHeadingContent(const Token &token)
         return true;
     if (token.kind == Token::Kind::selfClosing)
         return false;
-    static const QSet<QString> inlineTags { u"i"_s, u"em"_s, u"u"_s, u"s"_s, u"strike"_s, u"del"_s, u"code"_s,
-        u"tt"_s, u"a"_s, u"img"_s };
+    static const QSet<QString> inlineTags { u"i"_s, u"em"_s, u"u"_s, u"s"_s, u"strike"_s, u"del"_s, u"code"_s, u"tt"_s,
+        u"a"_s, u"img"_s };
     return inlineTags.contains(token.value);
 }
 

@@ -117,8 +117,8 @@ namespace {
 void appendExportOptionSections(QList<Section> &sections, const NotesExporter::Result &result)
 {
     if (result.imagesAsFiles) {
-        sections.append(paragraph(QCoreApplication::translate(
-            "Velloran", "%n images saved as files.", nullptr, plural(result.imagesSaved))));
+        sections.append(paragraph(
+            QCoreApplication::translate("Velloran", "%n images saved as files.", nullptr, plural(result.imagesSaved))));
         if (!result.imagesKeptInline.isEmpty())
             sections.append(listed(QCoreApplication::translate("Velloran", "Images kept inline (%n)", nullptr,
                                        plural(result.imagesKeptInline.size())),
@@ -241,6 +241,16 @@ AnalysisListing listingOf(const VaultAnalysis &analysis, const QString &vaultPat
 
 namespace {
 
+/// A property's value; a property of type QVariant gives the value it holds, and an invalid one for a
+/// value that does not apply to the gadget (it is left out).
+QVariant propertyValue(const QMetaProperty &property, const void *gadget)
+{
+    QVariant value = property.readOnGadget(gadget);
+    if (value.metaType() == QMetaType::fromType<QVariant>())
+        return value.value<QVariant>();
+    return value;
+}
+
 bool holdsGadget(const QVariant &value)
 {
     return value.metaType().flags().testFlag(QMetaType::IsGadget);
@@ -316,7 +326,7 @@ QJsonObject jsonObject(const QMetaObject &type, const void *gadget)
     QJsonObject object;
     for (int i = type.propertyOffset(); i < type.propertyCount(); ++i) {
         const QMetaProperty property = type.property(i);
-        const QVariant value = property.readOnGadget(gadget);
+        const QVariant value = propertyValue(property, gadget);
         if (value.isValid()) // a value that does not apply to this gadget
             object.insert(QString::fromLatin1(property.name()), jsonTree(value));
     }
@@ -331,7 +341,7 @@ QByteArray compactJson(const QMetaObject &type, const void *gadget)
     QByteArray json = "{";
     for (int i = type.propertyOffset(); i < type.propertyCount(); ++i) {
         const QMetaProperty property = type.property(i);
-        const QVariant value = property.readOnGadget(gadget);
+        const QVariant value = propertyValue(property, gadget);
         if (!value.isValid())
             continue; // a value that does not apply to this gadget
         if (json.size() > 1)

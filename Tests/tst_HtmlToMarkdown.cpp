@@ -873,8 +873,8 @@ private slots:
         const QString title = u"<div><b><span style=\"font-size: 24px\">Weekly plan</span></b></div>"
                               u"<div><br></div><div>Groceries &amp; errands.</div>"_s;
         QTest::addRow("title style") << title << true << u"# Weekly plan\n\nGroceries & errands."_s;
-        QTest::addRow("title style without the option") << title << false
-                                                        << u"**Weekly plan**\n\nGroceries & errands."_s;
+        QTest::addRow("title style without the option")
+            << title << false << u"**Weekly plan**\n\nGroceries & errands."_s;
         QTest::addRow("heading style")
             << u"<div>a</div><div><b><span style=\"font-size: 18px\">Section</span></b></div><div>b</div>"_s << true
             << u"a\n\n## Section\n\nb"_s;
@@ -883,13 +883,13 @@ private slots:
                u"<div><b><span style=\"font-size:16px\">Three</span></b></div>"
                u"<div><b><span style=\"font-size:14px\">Four</span></b></div>"_s
             << true << u"## Two\n\n### Three\n\n### Four"_s;
-        QTest::addRow("larger than the title") << u"<div><b><span style=\"FONT-SIZE: 28.5px\">Big</span></b></div>"_s
-                                               << true << u"# Big"_s;
+        QTest::addRow("larger than the title")
+            << u"<div><b><span style=\"FONT-SIZE: 28.5px\">Big</span></b></div>"_s << true << u"# Big"_s;
         QTest::addRow("bold line") << u"<div><b>Sub</b></div><div>text</div>"_s << true << u"### Sub\n\ntext"_s;
         QTest::addRow("bold line without the option")
             << u"<div><b>Sub</b></div><div>text</div>"_s << false << u"**Sub**\ntext"_s;
-        QTest::addRow("bold start of a line stays bold") << u"<div><b>Sub</b> more</div>"_s << true
-                                                         << u"**Sub** more"_s;
+        QTest::addRow("bold start of a line stays bold")
+            << u"<div><b>Sub</b> more</div>"_s << true << u"**Sub** more"_s;
         QTest::addRow("two bold runs stay bold") << u"<div><b>A</b><b>B</b></div>"_s << true << u"**A****B**"_s;
         QTest::addRow("styled text in a heading")
             << u"<div><b><span style=\"font-size: 24px\">A <i>b</i> <u>c</u></span></b></div>"_s << true
@@ -898,13 +898,12 @@ private slots:
             << u"<div><b><span style=\"color: red\">X</span></b></div>"_s << true << u"**X**"_s;
         QTest::addRow("sized span with more after it stays bold")
             << u"<div><b><span style=\"font-size: 24px\">X</span> y</b></div>"_s << true << u"**X y**"_s;
-        QTest::addRow("empty bold line is no heading") << u"<div>a</div><div><b> </b></div><div>b</div>"_s << true
-                                                       << u"a\n** **\nb"_s;
+        QTest::addRow("empty bold line is no heading")
+            << u"<div>a</div><div><b> </b></div><div>b</div>"_s << true << u"a\n** **\nb"_s;
         QTest::addRow("line break in a bold line") << u"<div><b>a<br>b</b></div>"_s << true << u"**a\nb**"_s;
-        QTest::addRow("bold line in a list stays bold") << u"<ul><li><div><b>X</b></div></li></ul>"_s << true
-                                                        << u"- \n**X**"_s;
-        QTest::addRow("paragraph inside a paragraph")
-            << u"<div><div><b>X</b></div></div>"_s << true << u"### X"_s;
+        QTest::addRow("bold line in a list stays bold")
+            << u"<ul><li><div><b>X</b></div></li></ul>"_s << true << u"- \n**X**"_s;
+        QTest::addRow("paragraph inside a paragraph") << u"<div><div><b>X</b></div></div>"_s << true << u"### X"_s;
         QTest::addRow("input ends inside a heading")
             << u"<div><b><span style=\"font-size: 24px\">X"_s << true << u"**X"_s;
         QTest::addRow("link to a note by its short id")
@@ -913,14 +912,14 @@ private slots:
             << u"<a href=\"applenotes:note/x-coredata://FakeNotes/ICNote/p7?ownerIdentifier=x\">t</a>"_s << false
             << u"[[Trip]]"_s;
         QTest::addRow("notes scheme")
-            << u"<a href=\"notes://showNote?identifier=x-coredata%3A%2F%2FFakeNotes%2FICNote%2Fp8\">x</a>"_s
-            << false << u"[[Plan (2)]]"_s;
-        QTest::addRow("link to a note outside") << u"<a href=\"applenotes:note/p99\">Elsewhere</a>"_s << false
-                                                << u"[Elsewhere](applenotes:note/p99)"_s;
-        QTest::addRow("web link unchanged") << u"<a href=\"https://example.com\">x</a>"_s << false
-                                            << u"[x](https://example.com)"_s;
-        QTest::addRow("styled text of a note link") << u"<a href=\"APPLENOTES:note/p7\"><b>T</b></a> after"_s
-                                                    << false << u"[[Trip]] after"_s;
+            << u"<a href=\"notes://showNote?identifier=x-coredata%3A%2F%2FFakeNotes%2FICNote%2Fp8\">x</a>"_s << false
+            << u"[[Plan (2)]]"_s;
+        QTest::addRow("link to a note outside")
+            << u"<a href=\"applenotes:note/p99\">Elsewhere</a>"_s << false << u"[Elsewhere](applenotes:note/p99)"_s;
+        QTest::addRow("web link unchanged")
+            << u"<a href=\"https://example.com\">x</a>"_s << false << u"[x](https://example.com)"_s;
+        QTest::addRow("styled text of a note link")
+            << u"<a href=\"APPLENOTES:note/p7\"><b>T</b></a> after"_s << false << u"[[Trip]] after"_s;
         QTest::addRow("note link not closed on its line")
             << u"<div><a href=\"applenotes:note/p7\">T</div><div>next</div>"_s << false << u"[[Trip]]\nnext"_s;
         QTest::addRow("note link in a heading")
@@ -928,12 +927,12 @@ private slots:
             << true << u"## See [[Trip]]"_s;
         QTest::addRow("image as Notes writes it") << u"<div><img src=\"data:image/png;base64,AAAA\"/><br></div>"_s
                                                   << false << u"![](attachments/Img%201.png)"_s;
-        QTest::addRow("image as an open tag") << u"<img src=\"data:image/png;base64,AAAA\" alt=\"x\">"_s << false
-                                              << u"![x](attachments/Img%201.png)"_s;
+        QTest::addRow("image as an open tag")
+            << u"<img src=\"data:image/png;base64,AAAA\" alt=\"x\">"_s << false << u"![x](attachments/Img%201.png)"_s;
         QTest::addRow("image that is not saved stays inline")
             << u"<img src=\"data:image/png;base64,@@\"/>"_s << false << u"![](data:image/png;base64,@@)"_s;
-        QTest::addRow("self-closing image from a file still dropped") << u"a<img src=\"a.png\"/>b"_s << false
-                                                                      << u"ab"_s;
+        QTest::addRow("self-closing image from a file still dropped")
+            << u"a<img src=\"a.png\"/>b"_s << false << u"ab"_s;
         QTest::addRow("image from a file unchanged") << u"<img src=\"a.png\">"_s << false << u"![](a.png)"_s;
     }
 
@@ -1009,8 +1008,7 @@ private slots:
         QTest::addRow("whole id") << u"applenotes:note/x-coredata://S/ICNote/p7"_s << u"x-coredata://S/ICNote/p7"_s;
         QTest::addRow("percent-encoded") << u"applenotes:note/a%20b"_s << u"a b"_s;
         QTest::addRow("notes scheme") << u"notes://showNote?identifier=p3"_s << u"p3"_s;
-        QTest::addRow("notes scheme, more parameters") << u"notes://shownote?a=1&identifier=x%2Fp3&b=2"_s
-                                                       << u"x/p3"_s;
+        QTest::addRow("notes scheme, more parameters") << u"notes://shownote?a=1&identifier=x%2Fp3&b=2"_s << u"x/p3"_s;
         QTest::addRow("empty") << u"applenotes:note/"_s << QString();
         QTest::addRow("other note path") << u"applenotes:folder/p1"_s << QString();
         QTest::addRow("notes scheme without identifier") << u"notes://showNote?id=p3"_s << QString();

@@ -61,8 +61,8 @@ class NoteConverter
 public:
     /// `notes` and `destination` as the writer gets them; `result` collects what the options did and must
     /// outlive the converter.
-    NoteConverter(const QList<NoteRecord> &notes, const QString &destination, const ExportOptions &options,
-        Result &result);
+    NoteConverter(
+        const QList<NoteRecord> &notes, const QString &destination, const ExportOptions &options, Result &result);
 
     /// The Markdown of `notes[index]`, whose file goes into `folderPath`. Its images are written into the
     /// folder's "attachments" subfolder first, when asked for.
