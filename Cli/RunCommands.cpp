@@ -81,13 +81,15 @@ QCoro::Task<bool> foldersExist(Exporter &exporter, QStringList folders)
     co_return true;
 }
 
-int exportCommand(const QString &destinationArgument, const QStringList &folders, bool json)
+int exportCommand(const QString &destinationArgument, const QStringList &folders, bool json,
+    const NotesExporter::ExportOptions &options)
 {
     if (!CliIo::checkDestination(destinationArgument))
         return 1;
     const QString destination = QFileInfo(destinationArgument).absoluteFilePath();
     Interrupt interrupt;
     Exporter exporter;
+    exporter.setExportOptions(options);
     if (!folders.isEmpty()) {
         bool exist = false;
         runOnEventLoop([](Exporter &exporter, QStringList folders, bool &exist) -> QCoro::Task<> {
@@ -103,6 +105,25 @@ int exportCommand(const QString &destinationArgument, const QStringList &folders
     if (interrupt.requested())
         return interruptedStatus;
     return result.failed.isEmpty() ? 0 : 1;
+}
+
+/// The flags of the export's options: images as files, links between notes, headings from Notes' styles.
+void addExportOptionFlags(CLI::App &exportRun, NotesExporter::ExportOptions &options)
+{
+    exportRun
+        .add_option_function<std::string>(
+            "--images", [&options](const std::string &value) { options.imagesAsFiles = value == "files"; },
+            CliIo::helpText(QT_TRANSLATE_NOOP("Velloran",
+                "How images held in a note are written: inline (the default), or files, each saved once into an "
+                "\"attachments\" subfolder beside the note and linked by its relative path")))
+        ->check(CLI::IsMember({ "inline", "files" }));
+    exportRun.add_flag("--note-links", options.noteLinks,
+        CliIo::helpText(QT_TRANSLATE_NOOP("Velloran",
+            "Turn links to other notes into wiki links, [[Title]], to their exported files (also on with --images "
+            "files); links to notes outside the export are kept and listed")));
+    exportRun.add_flag("--headings", options.headings,
+        CliIo::helpText(QT_TRANSLATE_NOOP(
+            "Velloran", "Turn Notes’ Title, Heading and Subheading styles into Markdown headings (#, ##, ###)")));
 }
 
 } // namespace
@@ -174,11 +195,13 @@ void addRunCommands(CLI::App &app, int &exitCode)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     exportRun->add_flag("--json", *exportJson,
         CliIo::helpText(QT_TRANSLATE_NOOP("Velloran", "Print the result as JSON (a failure as {\"error\": MESSAGE})")));
+    auto exportOptions = std::make_shared<NotesExporter::ExportOptions>();
+    addExportOptionFlags(*exportRun, *exportOptions);
     exportRun->callback([=, &exitCode] {
         QStringList folders;
         for (const std::string &folder : *exportFolders)
             folders.append(QString::fromLocal8Bit(folder));
-        exitCode = exportCommand(QString::fromLocal8Bit(*exportDestination), folders, *exportJson);
+        exitCode = exportCommand(QString::fromLocal8Bit(*exportDestination), folders, *exportJson, *exportOptions);
     });
 
     addRoundTripCommand(app, exitCode);
