@@ -254,6 +254,6 @@ void addRoundTripCommand(CLI::App &app, int &exitCode)
         QT_TRANSLATE_NOOP("Velloran", "Print the counts as JSON (a failure as {\"error\": MESSAGE})"), exitCode,
         [headings](const QString &path, bool json) { return roundTripCommand(path, json, *headings); });
     command->add_flag("--headings", *headings,
-        CliIo::helpText(QT_TRANSLATE_NOOP("Velloran",
-            "Export with Notes’ heading styles turned into Markdown headings, as export --headings does")));
+        CliIo::helpText(QT_TRANSLATE_NOOP(
+            "Velloran", "Export with Notes’ heading styles turned into Markdown headings, as export --headings does")));
 }

@@ -571,15 +571,16 @@ private slots:
                              u"<div>We left early. See <a href=\"applenotes:note/p99\">the plan</a> and "
                              u"<a href=\"notes://showNote?identifier=p98\">the map</a>.</div>"_s
             + image(u"image/png"_s, png) + u"<div><img src=\"data:image/png;base64,@@\"/></div>"_s
-            + image(u"image/gif"_s, gif) + u"<div><img src=\"data:image/jpeg;base64,\"/></div>"
-                                           u"<div><b><span style=\"font-size: 18px\">Day two</span></b></div>"
-                                           u"<div><b>Evening</b></div>"_s;
-        fixture->seed(QJsonDocument(QJsonObject { { u"folders"_s,
-                                        QJsonArray { QJsonObject { { u"name"_s, u"Travel"_s },
-                                            { u"notes"_s,
-                                                QJsonArray { QJsonObject {
-                                                    { u"name"_s, u"Trip: Lisbon"_s }, { u"body"_s, body } } } } } } } })
-                .toJson());
+            + image(u"image/gif"_s, gif)
+            + u"<div><img src=\"data:image/jpeg;base64,\"/></div>"
+              u"<div><b><span style=\"font-size: 18px\">Day two</span></b></div>"
+              u"<div><b>Evening</b></div>"_s;
+        fixture->seed(QJsonDocument(
+            QJsonObject { { u"folders"_s,
+                QJsonArray { QJsonObject { { u"name"_s, u"Travel"_s },
+                    { u"notes"_s,
+                        QJsonArray { QJsonObject { { u"name"_s, u"Trip: Lisbon"_s }, { u"body"_s, body } } } } } } } })
+                          .toJson());
         const QString out = fixture->path(u"out"_s);
         const TestUtil::CliResult r = runCli({ u"export"_s, u"--images"_s, u"files"_s, u"--headings"_s, out });
         QCOMPARE(QString::fromUtf8(r.out),
