@@ -129,7 +129,7 @@ NoteConverter::NoteConverter(
     , m_options(options)
     , m_result(result)
 {
-    if (!options.linksBetweenNotes())
+    if (!options.linksBetweenNotes() && !options.imagesAsFiles)
         return; // file names are needed only for links and for the images named after them
     m_planned = planFileNames(notes, destination);
     for (qsizetype i = 0; i < notes.size(); ++i)

@@ -103,6 +103,8 @@ struct Renderer
     /// Anchors open inside a link to another note that became a wiki link: their text is in the wiki
     /// link's place, so everything up to the link's end is left out.
     qint64 skippedAnchors = 0;
+    /// Anchors of a wiki link that a block tag ended before their closing tags came.
+    qint64 unclosedNoteLinks = 0;
 
     /// Whether nothing is open that a heading line would break: no list, code block or link.
     bool atTopLevel() const { return lists.isEmpty() && preDepth == 0 && links.isEmpty() && skippedAnchors == 0; }
@@ -253,7 +255,8 @@ struct Renderer
             u"blockquote"_s, u"hr"_s, u"table"_s, u"tr"_s, u"td"_s, u"th"_s, u"h1"_s, u"h2"_s, u"h3"_s, u"h4"_s,
             u"h5"_s, u"h6"_s };
         if (token.kind != Token::Kind::text && blocks.contains(token.value)) {
-            skippedAnchors = 0;
+            // Their closing tags may still come: they close nothing, and leave no stray "]".
+            unclosedNoteLinks = std::exchange(skippedAnchors, 0);
             return false;
         }
         return true;
@@ -275,6 +278,8 @@ struct Renderer
             ensureNewline(out);
             out += u"```"_s;
             ensureBlankLine(out);
+        } else if (name == u"a"_s && links.isEmpty() && unclosedNoteLinks > 0) {
+            --unclosedNoteLinks;
         } else if (name == u"a"_s) {
             const QString target = links.isEmpty() ? QString() : links.takeLast();
             if (target.isEmpty()) {

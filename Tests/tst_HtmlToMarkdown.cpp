@@ -922,6 +922,8 @@ private slots:
             << u"<a href=\"APPLENOTES:note/p7\"><b>T</b></a> after"_s << false << u"[[Trip]] after"_s;
         QTest::addRow("note link not closed on its line")
             << u"<div><a href=\"applenotes:note/p7\">T</div><div>next</div>"_s << false << u"[[Trip]]\nnext"_s;
+        QTest::addRow("note link cut by a line break")
+            << u"<div>a <a href=\"applenotes:note/p7\">T<br>U</a> b</div>"_s << false << u"a [[Trip]]\nU b"_s;
         QTest::addRow("note link in a heading")
             << u"<div><b><span style=\"font-size: 18px\">See <a href=\"applenotes:note/p7\">it</a></span></b></div>"_s
             << true << u"## See [[Trip]]"_s;
