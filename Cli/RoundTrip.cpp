@@ -28,6 +28,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <memory>
 #include <optional>
 
 using namespace Qt::StringLiterals;
@@ -206,7 +207,7 @@ QCoro::Task<> roundTrip(Migrator &migrator, Exporter &exporter, QString vaultPat
     co_await exporting;
 }
 
-int roundTripCommand(const QString &path, bool json)
+int roundTripCommand(const QString &path, bool json, bool headings)
 {
     if (!CliIo::checkFolder(path))
         return 1;
@@ -229,6 +230,9 @@ int roundTripCommand(const QString &path, bool json)
     Interrupt interrupt;
     Migrator migrator;
     Exporter exporter;
+    NotesExporter::ExportOptions options;
+    options.headings = headings;
+    exporter.setExportOptions(options);
     VaultAnalysis analysis;
     runOnEventLoop(roundTrip(migrator, exporter, vaultPath, exportPath, interrupt, analysis));
     if (interrupt.requested())
@@ -241,11 +245,15 @@ int roundTripCommand(const QString &path, bool json)
 
 void addRoundTripCommand(CLI::App &app, int &exitCode)
 {
-    addFolderCommand(app, "round-trip",
+    auto headings = std::make_shared<bool>(false);
+    CLI::App *command = addFolderCommand(app, "round-trip",
         QT_TRANSLATE_NOOP("Velloran",
             "Migrate a folder into the Notes stand-in (fake-osascript, named by VELLORAN_OSASCRIPT), export it back "
             "and print, per note, how many headings, list items, links, emphasis, tables and images each side has."),
         QT_TRANSLATE_NOOP("Velloran", "The folder (vault) to send round"),
         QT_TRANSLATE_NOOP("Velloran", "Print the counts as JSON (a failure as {\"error\": MESSAGE})"), exitCode,
-        roundTripCommand);
+        [headings](const QString &path, bool json) { return roundTripCommand(path, json, *headings); });
+    command->add_flag("--headings", *headings,
+        CliIo::helpText(QT_TRANSLATE_NOOP(
+            "Velloran", "Export with Notes’ heading styles turned into Markdown headings, as export --headings does")));
 }

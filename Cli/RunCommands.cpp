@@ -135,6 +135,33 @@ int exportCommand(const QString &destinationArgument, const QStringList &folders
     return result.failed.isEmpty() ? 0 : 1;
 }
 
+/// The flags of the export's options: images as files, links between notes, headings from Notes' styles.
+void addExportOptionFlags(CLI::App &exportRun, NotesExporter::ExportOptions &options)
+{
+    exportRun
+        .add_option_function<std::string>(
+            "--images", [&options](const std::string &value) { options.imagesAsFiles = value == "files"; },
+            CliIo::helpText(QT_TRANSLATE_NOOP("Velloran",
+                "How images held in a note are written: inline (the default), or files, each saved once into an "
+                "\"attachments\" subfolder beside the note and linked by its relative path")))
+        ->check(CLI::IsMember({ "inline", "files" }));
+    exportRun.add_flag("--dates", options.dates,
+        CliIo::helpText(QT_TRANSLATE_NOOP("Velloran",
+            "Keep dates: write each note's creation and modification dates as frontmatter, and give its file "
+            "the note's modification time")));
+    exportRun.add_flag("--note-links", options.noteLinks,
+        CliIo::helpText(QT_TRANSLATE_NOOP("Velloran",
+            "Turn links to other notes into wiki links, [[Title]], to their exported files (also on with --images "
+            "files); links to notes outside the export are kept and listed")));
+    exportRun.add_flag("--headings", options.headings,
+        CliIo::helpText(QT_TRANSLATE_NOOP(
+            "Velloran", "Turn Notes’ Title, Heading and Subheading styles into Markdown headings (#, ##, ###)")));
+    exportRun.add_flag("--update", options.update,
+        CliIo::helpText(QT_TRANSLATE_NOOP("Velloran",
+            "Update a previous export into DEST: rewrite the files of notes that changed, unless you edited "
+            "them (the new version is then written beside), and list notes gone from Notes")));
+}
+
 } // namespace
 
 QCoro::Task<> exportWithProgress(Exporter &exporter, QStringList folders, QString destination, Interrupt &interrupt)
@@ -211,14 +238,7 @@ void addRunCommands(CLI::App &app, int &exitCode)
     exportRun->add_flag("--json", *exportJson,
         CliIo::helpText(QT_TRANSLATE_NOOP("Velloran", "Print the result as JSON (a failure as {\"error\": MESSAGE})")));
     auto exportOptions = std::make_shared<NotesExporter::ExportOptions>();
-    exportRun->add_flag("--dates", exportOptions->dates,
-        CliIo::helpText(QT_TRANSLATE_NOOP("Velloran",
-            "Keep dates: write each note's creation and modification dates as frontmatter, and give its file "
-            "the note's modification time")));
-    exportRun->add_flag("--update", exportOptions->update,
-        CliIo::helpText(QT_TRANSLATE_NOOP("Velloran",
-            "Update a previous export into DEST: rewrite the files of notes that changed, unless you edited "
-            "them (the new version is then written beside), and list notes gone from Notes")));
+    addExportOptionFlags(*exportRun, *exportOptions);
     exportRun->callback([=, &exitCode] {
         QStringList folders;
         for (const std::string &folder : *exportFolders)

@@ -7,6 +7,8 @@
 #include "Text.h"
 
 #include <QByteArrayView>
+#include <QList>
+#include <QSet>
 
 #include <algorithm>
 #include <array>
@@ -82,8 +84,9 @@ std::optional<QStringView> headingMarks(const QString &name)
 struct Renderer
 {
     /// Whether the text holds lone surrogates: then anchors are unwrapped by collapseEmptyLink itself.
-    explicit Renderer(bool exactCollapse)
+    explicit Renderer(bool exactCollapse, const ConvertOptions *options = nullptr)
         : exactCollapse(exactCollapse)
+        , options(options)
     { }
 
     QString out;
@@ -95,6 +98,16 @@ struct Renderer
     qint64 preDepth = 0;
     bool exactCollapse = false;
     EmptyLinkCollapser collapser;
+    /// What the conversion does beyond the plain rules; none for convert(html).
+    const ConvertOptions *options = nullptr;
+    /// Anchors open inside a link to another note that became a wiki link: their text is in the wiki
+    /// link's place, so everything up to the link's end is left out.
+    qint64 skippedAnchors = 0;
+    /// Anchors of a wiki link that a block tag ended before their closing tags came.
+    qint64 unclosedNoteLinks = 0;
+
+    /// Whether nothing is open that a heading line would break: no list, code block or link.
+    bool atTopLevel() const { return lists.isEmpty() && preDepth == 0 && links.isEmpty() && skippedAnchors == 0; }
 
     void openMarker(InlineMarker marker)
     {
@@ -174,7 +187,13 @@ struct Renderer
             out += u"```\n"_s;
             ++preDepth;
         } else if (name == u"a"_s) {
-            links.append(token.attributes.value(u"href"_s));
+            const QString href = token.attributes.value(u"href"_s);
+            if (const std::optional<QString> wikiName = noteLinkName(href)) {
+                out += u"[["_s + *wikiName + u"]]"_s;
+                skippedAnchors = 1;
+                return;
+            }
+            links.append(href);
             out += u'[';
         } else if (name == u"ul"_s || name == u"ol"_s) {
             if (!lists.isEmpty())
@@ -194,10 +213,53 @@ struct Renderer
         } else if (name == u"img"_s) {
             const QString src = token.attributes.value(u"src"_s);
             if (!src.isEmpty())
-                out += u"!["_s + token.attributes.value(u"alt"_s) + u"]("_s + linkDestination(src) + u')';
+                out += u"!["_s + token.attributes.value(u"alt"_s) + u"]("_s + imageDestination(src) + u')';
         } else if (name == u"hr"_s) {
             rule();
         }
+    }
+
+    /// The wiki link name for a link to another note, when the options turn it into one.
+    std::optional<QString> noteLinkName(const QString &href) const
+    {
+        if (!options || !options->noteLink || !noteLinkIdentifier(href))
+            return std::nullopt;
+        return options->noteLink(href);
+    }
+
+    /// Where an image refers to: the file that the options put a `data:` image in, or its source.
+    QString imageDestination(const QString &src) const
+    {
+        if (options && options->image && src.startsWith(u"data:"_s, Qt::CaseInsensitive)) {
+            if (const std::optional<QString> destination = options->image(src))
+                return linkDestination(*destination);
+        }
+        return linkDestination(src);
+    }
+
+    /// Inside a link that became a wiki link, whether `token` is left out. The link ends at its closing
+    /// tag, or at the first block tag when it is not closed on its line.
+    bool skipsInAnchor(const Token &token)
+    {
+        if (skippedAnchors == 0)
+            return false;
+        if (token.value == u"a"_s && token.kind == Token::Kind::open) {
+            ++skippedAnchors;
+            return true;
+        }
+        if (token.value == u"a"_s && token.kind == Token::Kind::close) {
+            --skippedAnchors;
+            return true;
+        }
+        static const QSet<QString> blocks { u"div"_s, u"p"_s, u"br"_s, u"li"_s, u"ul"_s, u"ol"_s, u"pre"_s,
+            u"blockquote"_s, u"hr"_s, u"table"_s, u"tr"_s, u"td"_s, u"th"_s, u"h1"_s, u"h2"_s, u"h3"_s, u"h4"_s,
+            u"h5"_s, u"h6"_s };
+        if (token.kind != Token::Kind::text && blocks.contains(token.value)) {
+            // Their closing tags may still come: they close nothing, and leave no stray "]".
+            unclosedNoteLinks = std::exchange(skippedAnchors, 0);
+            return false;
+        }
+        return true;
     }
 
     void close(const Token &token)
@@ -216,6 +278,8 @@ struct Renderer
             ensureNewline(out);
             out += u"```"_s;
             ensureBlankLine(out);
+        } else if (name == u"a"_s && links.isEmpty() && unclosedNoteLinks > 0) {
+            --unclosedNoteLinks;
         } else if (name == u"a"_s) {
             const QString target = links.isEmpty() ? QString() : links.takeLast();
             if (target.isEmpty()) {
@@ -365,6 +429,8 @@ namespace {
 
 void feed(Renderer &renderer, const Token &token)
 {
+    if (renderer.skipsInAnchor(token))
+        return;
     switch (token.kind) {
     case Token::Kind::text:
         renderer.text(token.value);
@@ -381,6 +447,182 @@ void feed(Renderer &renderer, const Token &token)
     }
 }
 
+/// The font size, in pixels, that a `style` attribute gives; nothing when it gives none in pixels.
+std::optional<double> fontSizeOf(const QString &style)
+{
+    static const Regex fontSize(u"(?i)font-size\\s*:\\s*([0-9]+(?:\\.[0-9]+)?)\\s*px"_s);
+    const std::optional<Regex::Match> match = fontSize.firstMatch(style);
+    if (!match)
+        return std::nullopt;
+    return match->group(style, 1).toDouble();
+}
+
+/// The heading marks for a heading paragraph in a span of `pixels`: Notes' Title is 24 px and its
+/// Heading 18 px; anything smaller is read as the third level, as a bold line alone is.
+QStringView sizedHeadingMarks(double pixels)
+{
+    if (pixels >= 24)
+        return u"# ";
+    if (pixels >= 18)
+        return u"## ";
+    return u"### ";
+}
+
+/// Whether `token` may stand in the text of a heading paragraph: text, and the inline tags other than
+/// bold (which ends the paragraph's bold run) and spans.
+bool isHeadingContent(const Token &token)
+{
+    if (token.kind == Token::Kind::text)
+        return true;
+    if (token.kind == Token::Kind::selfClosing)
+        return false;
+    static const QSet<QString> inlineTags { u"i"_s, u"em"_s, u"u"_s, u"s"_s, u"strike"_s, u"del"_s, u"code"_s, u"tt"_s,
+        u"a"_s, u"img"_s };
+    return inlineTags.contains(token.value);
+}
+
+bool isVisibleText(const Token &token)
+{
+    if (token.kind != Token::Kind::text)
+        return false;
+    const QString decoded = decodeEntities(token.value);
+    return std::any_of(decoded.cbegin(), decoded.cend(), [](QChar c) { return !c.isSpace(); });
+}
+
+/// Renders Notes' heading paragraphs as headings (see ConvertOptions::headings) and every other token as
+/// it comes. The tokens from a paragraph's opening "div" on are held back until they either close it in
+/// a heading's shape or break that shape; each token is held at most once and handed on at most once, so
+/// the cost stays linear in the input.
+class HeadingFinder
+{
+public:
+    explicit HeadingFinder(Renderer &renderer)
+        : m_renderer(renderer)
+    { }
+
+    void push(Token token)
+    {
+        if (m_held.isEmpty()) {
+            if (token.kind == Token::Kind::open && token.value == u"div"_s && m_renderer.atTopLevel())
+                m_held.append(std::move(token));
+            else
+                feed(m_renderer, token);
+            return;
+        }
+        m_held.append(std::move(token));
+        switch (step()) {
+        case Shape::open:
+            return;
+        case Shape::heading:
+            renderHeading();
+            return;
+        case Shape::broken:
+            release();
+            return;
+        }
+    }
+
+    /// Hands on what is still held: the input ended inside a paragraph.
+    void finish()
+    {
+        const QList<Token> held = std::exchange(m_held, {});
+        for (const Token &token : held)
+            feed(m_renderer, token);
+    }
+
+private:
+    enum class Shape { open, heading, broken };
+    /// Where the held paragraph stands: after "<div>", inside its bold run (after the sized span's start,
+    /// if it has one), after the span's end, after the bold run's end.
+    enum class Part { bold, content, spanClosed, boldClosed };
+
+    /// Where the paragraph stands after its latest token.
+    Shape step()
+    {
+        const Token &token = m_held.last();
+        if (m_held.size() == 2) {
+            if (token.kind != Token::Kind::open || token.value != u"b"_s)
+                return Shape::broken;
+            m_part = Part::content;
+            m_sized = false;
+            m_hasText = false;
+            return Shape::open;
+        }
+        if (m_held.size() == 3 && token.kind == Token::Kind::open && token.value == u"span"_s) {
+            const std::optional<double> pixels = fontSizeOf(token.attributes.value(u"style"_s));
+            if (!pixels)
+                return Shape::broken;
+            m_sized = true;
+            m_marks = sizedHeadingMarks(*pixels);
+            m_contentStart = 3;
+            return Shape::open;
+        }
+        if (m_held.size() == 3) {
+            m_marks = u"### ";
+            m_contentStart = 2;
+        }
+        return stepAfterStart(token);
+    }
+
+    Shape stepAfterStart(const Token &token)
+    {
+        const bool closes = token.kind == Token::Kind::close;
+        switch (m_part) {
+        case Part::bold:
+            return Shape::broken;
+        case Part::content:
+            if (closes && token.value == (m_sized ? u"span"_s : u"b"_s)) {
+                m_contentEnd = m_held.size() - 1;
+                m_part = m_sized ? Part::spanClosed : Part::boldClosed;
+                return Shape::open;
+            }
+            if (!isHeadingContent(token))
+                return Shape::broken;
+            m_hasText = m_hasText || isVisibleText(token);
+            return Shape::open;
+        case Part::spanClosed:
+            if (!closes || token.value != u"b"_s)
+                return Shape::broken;
+            m_part = Part::boldClosed;
+            return Shape::open;
+        case Part::boldClosed:
+            return closes && token.value == u"div"_s && m_hasText ? Shape::heading : Shape::broken;
+        }
+        return Shape::broken;
+    }
+
+    void renderHeading()
+    {
+        const QList<Token> held = std::exchange(m_held, {});
+        m_part = Part::bold;
+        m_renderer.heading(m_marks);
+        for (qsizetype i = m_contentStart; i < m_contentEnd; ++i)
+            feed(m_renderer, held[i]);
+        ensureBlankLine(m_renderer.out);
+    }
+
+    /// Hands on the held tokens as they came. The last one broke the shape, and may itself open the
+    /// next paragraph.
+    void release()
+    {
+        QList<Token> held = std::exchange(m_held, {});
+        m_part = Part::bold;
+        Token last = held.takeLast();
+        for (const Token &token : std::as_const(held))
+            feed(m_renderer, token);
+        push(std::move(last));
+    }
+
+    Renderer &m_renderer;
+    QList<Token> m_held;
+    Part m_part = Part::bold;
+    bool m_sized = false;
+    bool m_hasText = false;
+    QStringView m_marks;
+    qsizetype m_contentStart = 0;
+    qsizetype m_contentEnd = 0;
+};
+
 bool tokenHasLoneSurrogate(const Token &token)
 {
     if (hasLoneSurrogate(token.value))
@@ -391,14 +633,31 @@ bool tokenHasLoneSurrogate(const Token &token)
 
 } // namespace
 
-QString convert(const QString &html)
+namespace {
+
+/// The Markdown of one note body: tokenized and rendered (with `options` when given), runs of blank
+/// lines cut to one, and trimmed.
+QString convertBody(const QString &html, const ConvertOptions *options)
 {
     static const Regex blankLines(u"\\n{3,}"_s);
     // Each token is rendered as soon as it is cut: the token list is never held whole.
-    Renderer renderer(hasLoneSurrogate(html));
-    Tokenizer tokenizer(html, Tokenizer::Attributes::renderedOnly);
-    while (const std::optional<Token> token = tokenizer.next())
-        feed(renderer, *token);
+    Renderer renderer(hasLoneSurrogate(html), options);
+    // Headings are told apart by their span's style, which the plain rules never read.
+    const bool headings = options && options->headings;
+    // Notes writes its images as self-closing tags, which the plain rules drop: images saved as files
+    // take them too.
+    const auto images = options && options->image ? Tokenizer::SelfClosingImages::dataImagesRead
+                                                  : Tokenizer::SelfClosingImages::dropped;
+    Tokenizer tokenizer(html, headings ? Tokenizer::Attributes::all : Tokenizer::Attributes::renderedOnly, images);
+    if (headings) {
+        HeadingFinder finder(renderer);
+        while (std::optional<Token> token = tokenizer.next())
+            finder.push(*std::move(token));
+        finder.finish();
+    } else {
+        while (const std::optional<Token> token = tokenizer.next())
+            feed(renderer, *token);
+    }
     QString markdown = renderer.finish();
     if (markdown.contains(u"\n\n\n"))
         markdown = blankLines.replaceAll(markdown, u"\n\n"_s);
@@ -410,6 +669,18 @@ QString convert(const QString &html)
     markdown.truncate(leading + trimmed.size());
     markdown.remove(0, leading);
     return markdown;
+}
+
+} // namespace
+
+QString convert(const QString &html)
+{
+    return convertBody(html, nullptr);
+}
+
+QString convert(const QString &html, const ConvertOptions &options)
+{
+    return convertBody(html, &options);
 }
 
 QString render(const QList<Token> &tokens)

@@ -1,8 +1,12 @@
 #pragma once
 
+#include <QHash>
 #include <QMap>
+#include <QSet>
 #include <QString>
 
+#include <functional>
+#include <optional>
 #include <utility>
 
 /// Turns the HTML body of an Apple Notes note into Markdown.
@@ -48,5 +52,53 @@ struct Token
 /// The Markdown of one note body: tokenized, rendered, runs of three or more line feeds cut to two,
 /// and trimmed of white space and line breaks at both ends.
 QString convert(const QString &html);
+
+/// What a conversion does beyond the plain rules. With everything left off, convert(html, options) is
+/// convert(html).
+struct ConvertOptions
+{
+    /// Notes' Title and Heading styles become headings. Notes keeps no heading tags: a paragraph that is
+    /// exactly `<div><b><span style="font-size: …">…</span></b></div>` becomes "# " from 24 px up, "## "
+    /// from 18 px up and "### " below; one that is bold alone as its whole line (`<div><b>…</b></div>`,
+    /// which Notes makes of a third-level heading) becomes "### ". Only paragraphs outside lists and
+    /// code blocks count.
+    bool headings = false;
+    /// Asked for the target of each link to another note (see noteLinkIdentifier): the name to write
+    /// as the wiki link `[[name]]` in place of the link and its text, or nothing to keep the link as
+    /// convert(html) writes it.
+    std::function<std::optional<QString>(const QString &url)> noteLink;
+    /// Asked for the source of each image held in the body as a `data:` URI: the destination to refer
+    /// to instead (written as it is given, so already percent-encoded), or nothing to keep the image
+    /// inline as convert(html) writes it.
+    std::function<std::optional<QString>(const QString &source)> image;
+};
+
+/// The Markdown of one note body, converted with `options`.
+QString convert(const QString &html, const ConvertOptions &options);
+
+/// The note that a link's target names, as Notes writes links between notes:
+/// `applenotes:note/IDENT` (anything from "?" on is no part of it) or
+/// `notes://showNote?identifier=IDENT`, schemes in any case, IDENT percent-decoded. Nothing for any
+/// other target, or an empty IDENT.
+std::optional<QString> noteLinkIdentifier(const QString &url);
+
+/// The notes that links can point at, by Notes id, each with the name it is linked by. A link names a
+/// note by its whole id or by the id's last "/"-separated part (`applenotes:note/p7` and
+/// `applenotes:note/x-coredata://…/ICNote/p7` both name the note `x-coredata://…/ICNote/p7`); a last part
+/// that several notes share names none of them.
+class NoteLinkTargets
+{
+public:
+    /// Adds the note `id` (ignored when empty), linked as `name`.
+    void add(const QString &id, const QString &name);
+    /// The name of the note that `url` links to: nothing when `url` is no link to a note, or to none of
+    /// the notes added.
+    std::optional<QString> resolve(const QString &url) const;
+
+private:
+    QHash<QString, QString> m_byId;
+    QHash<QString, QString> m_byLastPart;
+    QSet<QString> m_sharedLastParts;
+};
 
 } // namespace HtmlToMarkdown

@@ -12,9 +12,10 @@ using namespace Qt::StringLiterals;
 
 namespace HtmlToMarkdown {
 
-Tokenizer::Tokenizer(const QString &html, Attributes attributes)
+Tokenizer::Tokenizer(const QString &html, Attributes attributes, SelfClosingImages images)
     : m_chars(html)
     , m_attributes(attributes)
+    , m_images(images)
 { }
 
 std::optional<Token> Tokenizer::next()
@@ -98,8 +99,17 @@ Token Tokenizer::readTag(qsizetype end)
     m_position = m_pending = end + 1;
     if (startsWithCharacter(inner, u'/'))
         return Token::close(tagName(inner.sliced(1)));
-    if (endsWithCharacters(inner, u"/"))
-        return Token::selfClosing(tagName(inner.chopped(1))); // its attributes are not read
+    if (endsWithCharacters(inner, u"/")) {
+        QString name = tagName(inner.chopped(1));
+        if (m_images == SelfClosingImages::dataImagesRead && name == u"img"_s) {
+            QMap<QString, QString> attributes = parseAttrs(inner.chopped(1));
+            if (attributes.value(u"src"_s).startsWith(u"data:"_s, Qt::CaseInsensitive)) {
+                m_queued = Token::close(name);
+                return Token::open(std::move(name), std::move(attributes));
+            }
+        }
+        return Token::selfClosing(std::move(name)); // its attributes are not read
+    }
     QString name = tagName(inner);
     if (name == u"br"_s || name == u"hr"_s)
         return Token::selfClosing(std::move(name));

@@ -103,6 +103,10 @@ struct Result
     Q_PROPERTY(QVariant update READ updateValue)
     /// true when the dates were asked for and this Notes does not give them; otherwise undefined.
     Q_PROPERTY(QVariant datesUnavailable READ datesUnavailableValue)
+    // Each of these is left out of JSON (an invalid QVariant) unless the export was asked for it.
+    Q_PROPERTY(QVariant imagesSaved READ imagesSavedValue)
+    Q_PROPERTY(QVariant imagesKeptInline READ imagesKeptInlineValue)
+    Q_PROPERTY(QVariant linksOutsideExport READ linksOutsideExportValue)
 
 public:
     qint64 written = 0;
@@ -128,6 +132,27 @@ public:
         return sorted;
     }
     void setFolderList(const QStringList &list) { folders = QSet<QString>(list.cbegin(), list.cend()); }
+
+    /// The export saved images as files: imagesSaved and imagesKeptInline tell how that went.
+    bool imagesAsFiles = false;
+    /// The image files written.
+    qint64 imagesSaved = 0;
+    /// One (note name, reason) pair per image that stayed inline in its note.
+    QList<std::pair<QString, QString>> imagesKeptInline {};
+    /// The export turned links between notes into wiki links: linksOutsideExport tells which could not be.
+    bool linksBetweenNotes = false;
+    /// One (note name, link target) pair per link to a note that is not part of the export, kept as it was.
+    QList<std::pair<QString, QString>> linksOutsideExport {};
+
+    QVariant imagesSavedValue() const { return imagesAsFiles ? QVariant(imagesSaved) : QVariant(); }
+    QVariant imagesKeptInlineValue() const
+    {
+        return imagesAsFiles ? QVariant::fromValue(imagesKeptInline) : QVariant();
+    }
+    QVariant linksOutsideExportValue() const
+    {
+        return linksBetweenNotes ? QVariant::fromValue(linksOutsideExport) : QVariant();
+    }
 };
 
 /// What an export does beyond writing each note's Markdown as it comes. Everything is off unless asked

@@ -137,40 +137,41 @@ struct RunWriter::State
         return path;
     }
 
-    /// Writes the note over the file that the previous export wrote for it (see RunWriter::write).
-    void update(const NoteRecord &note, const ExportManifest::Entry &entry, const QString &subfolder,
+    /// Writes the note over the file that the previous export wrote for it (see RunWriter::write); false
+    /// when a write failed, which is listed.
+    bool update(const NoteRecord &note, const ExportManifest::Entry &entry, const QString &subfolder,
         const QString &folderPath, const QString &base, const QByteArray &bytes, RunNames &names, ClaimMethod &method)
     {
         const QString path = destination + u'/' + entry.file;
         const Found found = whatIsAt(path, entry.sha256);
         // A file that was removed is written again, as a new file.
-        if (found == Found::nothing) {
-            writeNew(note, subfolder, folderPath, base, bytes, names, method);
-            return;
-        }
+        if (found == Found::nothing)
+            return !writeNew(note, subfolder, folderPath, base, bytes, names, method).isEmpty();
         if (ExportManifest::digest(bytes) == entry.sha256) {
             addChecked(result.update->unchanged);
             remember(note, entry.file, bytes);
-            return;
+            return true;
         }
         const QFileInfo recorded(path);
         if (found == Found::asWritten) {
             if (const std::optional<QString> error = replaceFile(recorded.path(), recorded.fileName(), bytes)) {
                 result.failed.append({ note.name, *error });
-                return;
+                return false;
             }
             addChecked(result.written);
             if (options.dates)
                 setModificationTime(path, note.modified);
             result.update->updated.append(entry.file);
             remember(note, entry.file, bytes);
-            return;
+            return true;
         }
         // Edited since: left alone, and the new version goes beside it as a numbered copy.
         const QString folder = entry.file.section(u'/', 0, -2);
         const QString copy = writeNew(note, folder, recorded.path(), recorded.completeBaseName(), bytes, names, method);
-        if (!copy.isEmpty())
-            result.update->keptEdits.append({ entry.file, copy });
+        if (copy.isEmpty())
+            return false;
+        result.update->keptEdits.append({ entry.file, copy });
+        return true;
     }
 };
 
@@ -214,18 +215,25 @@ QString RunWriter::failure() const
     return m_state->failure;
 }
 
-void RunWriter::write(const NoteRecord &note, const QString &subfolder, const QString &folderPath, const QString &base,
+bool RunWriter::write(const NoteRecord &note, const QString &subfolder, const QString &folderPath, const QString &base,
     const QByteArray &bytes, RunNames &names, ClaimMethod &method)
 {
     State &state = *m_state;
     const auto found = state.previousById.constFind(note.id);
     // A note's recorded file is taken once: a second note of the same id is a new one.
     if (!state.options.update || note.id.isEmpty() || found == state.previousById.cend()
-        || state.current.contains(note.id)) {
-        state.writeNew(note, subfolder, folderPath, base, bytes, names, method);
-        return;
-    }
-    state.update(note, state.previous.at(*found), subfolder, folderPath, base, bytes, names, method);
+        || state.current.contains(note.id))
+        return !state.writeNew(note, subfolder, folderPath, base, bytes, names, method).isEmpty();
+    return state.update(note, state.previous.at(*found), subfolder, folderPath, base, bytes, names, method);
+}
+
+std::optional<QString> RunWriter::recordedFile(const NoteRecord &note) const
+{
+    const State &state = *m_state;
+    const auto found = state.previousById.constFind(note.id);
+    if (!state.options.update || note.id.isEmpty() || found == state.previousById.cend())
+        return std::nullopt;
+    return state.previous.at(*found).file;
 }
 
 void RunWriter::finish()

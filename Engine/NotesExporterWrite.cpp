@@ -3,6 +3,8 @@
 #include "NotesExporter.h"
 #include "NotesExporterWrite_p.h"
 
+#include "ExportConversion_p.h"
+
 #include "Counters.h"
 #include "HtmlToMarkdown.h"
 #include "Regex.h"
@@ -168,19 +170,20 @@ Temporary openTemporary(const QString &folder)
     }
 }
 
-NewFile failure(int error)
+ClaimedFile failure(int error)
 {
-    return { QString(), systemText(error) };
+    return { QString(), 0, systemText(error) };
 }
 
-/// writeNewFile by creating the final name exclusively and writing into it.
-NewFile writeInPlace(const QString &folder, const QString &base, const QByteArray &bytes, RunNames &names)
+/// claimNewFile by creating the final name exclusively and writing into it.
+ClaimedFile writeInPlace(
+    const QString &folder, qint64 firstCounter, const CandidateName &candidate, const QByteArray &bytes)
 {
-    for (qint64 counter = names.firstCounter(folder, base);; addChecked(counter)) {
-        const QString candidate = candidateName(base, counter);
-        if (names.isGiven(folder, candidate))
+    for (qint64 counter = firstCounter;; addChecked(counter)) {
+        const std::optional<QString> name = candidate(counter);
+        if (!name)
             continue;
-        const QByteArray path = encodedPath(folder, candidate + u".md"_s);
+        const QByteArray path = encodedPath(folder, *name);
         const int fd = openNew(path);
         if (fd < 0) {
             if (errno == EEXIST)
@@ -192,8 +195,7 @@ NewFile writeInPlace(const QString &folder, const QString &base, const QByteArra
         if (const int error = writeAndClose(file, bytes))
             return failure(error);
         partial.keep();
-        names.give(folder, base, candidate, counter);
-        return { candidate, QString() };
+        return { *name, counter, QString() };
     }
 }
 
@@ -262,11 +264,11 @@ void RunNames::give(const QString &folder, const QString &base, const QString &c
     stored = std::max(stored, next);
 }
 
-NewFile writeNewFile(
-    const QString &folder, const QString &base, const QByteArray &bytes, RunNames &names, ClaimMethod &method)
+ClaimedFile claimNewFile(const QString &folder, qint64 firstCounter, const CandidateName &candidate,
+    const QByteArray &bytes, ClaimMethod &method)
 {
     if (method == ClaimMethod::exclusiveCreate)
-        return writeInPlace(folder, base, bytes, names);
+        return writeInPlace(folder, firstCounter, candidate, bytes);
 
     const Temporary made = openTemporary(folder);
     if (made.fd < 0)
@@ -279,21 +281,19 @@ NewFile writeNewFile(
         if (const int error = writeAndClose(file, bytes))
             return failure(error);
     }
-    for (qint64 counter = names.firstCounter(folder, base);; addChecked(counter)) {
-        const QString candidate = candidateName(base, counter);
-        if (names.isGiven(folder, candidate))
+    for (qint64 counter = firstCounter;; addChecked(counter)) {
+        const std::optional<QString> name = candidate(counter);
+        if (!name)
             continue;
         // link(2) never replaces anything: an existing file, folder or symbolic link (dangling or not)
         // makes it fail with EEXIST, also when it appeared a moment ago.
-        if (::link(temporaryPath.constData(), encodedPath(folder, candidate + u".md"_s).constData()) == 0) {
-            names.give(folder, base, candidate, counter);
-            return { candidate, QString() };
-        }
+        if (::link(temporaryPath.constData(), encodedPath(folder, *name).constData()) == 0)
+            return { *name, counter, QString() };
         if (errno == EEXIST)
             continue;
         if (linksUnsupported(errno)) {
             method = ClaimMethod::exclusiveCreate;
-            return writeInPlace(folder, base, bytes, names);
+            return writeInPlace(folder, counter, candidate, bytes);
         }
         return failure(errno);
     }
@@ -315,6 +315,23 @@ std::optional<QString> replaceFile(const QString &folder, const QString &fileNam
         return systemText(errno);
     temporary.keep();
     return std::nullopt;
+}
+
+NewFile writeNewFile(
+    const QString &folder, const QString &base, const QByteArray &bytes, RunNames &names, ClaimMethod &method)
+{
+    const CandidateName candidate = [&](qint64 counter) -> std::optional<QString> {
+        const QString name = candidateName(base, counter);
+        if (names.isGiven(folder, name))
+            return std::nullopt;
+        return name + u".md"_s;
+    };
+    const ClaimedFile claimed = claimNewFile(folder, names.firstCounter(folder, base), candidate, bytes, method);
+    if (!claimed.error.isEmpty())
+        return { QString(), claimed.error };
+    const QString name = claimed.fileName.chopped(qsizetype(std::strlen(".md")));
+    names.give(folder, base, name, claimed.counter);
+    return { name, QString() };
 }
 
 QString fileContent(const QString &noteName, const QString &markdown)
@@ -360,10 +377,23 @@ QString sanitizeFilename(const QString &name)
     return cutToUtf8Bytes(text, maxNameBytes);
 }
 
+QString subfolderOf(const NoteRecord &note)
+{
+    return sanitizeFilename(note.folder.isEmpty() ? u"Notes"_s : note.folder);
+}
+
+QString baseNameOf(const NoteRecord &note)
+{
+    const QString base = sanitizeFilename(note.name.isEmpty() ? u"Untitled"_s : note.name);
+    return base.isEmpty() ? u"Untitled"_s : base;
+}
+
 Result exportNotes(const QList<NoteRecord> &notes, const QUrl &to, const ProgressCallback &progress,
     const StopCheck &shouldStop, const ExportOptions &options, const QStringList &foldersRead)
 {
     Result result;
+    result.imagesAsFiles = options.imagesAsFiles;
+    result.linksBetweenNotes = options.linksBetweenNotes();
     const QString destination = to.toLocalFile();
     if (!QFileInfo(destination).isWritable()) {
         // A missing destination is made; one that cannot be made ends the run before the first note.
@@ -380,6 +410,8 @@ Result exportNotes(const QList<NoteRecord> &notes, const QUrl &to, const Progres
         return result;
     }
     RunNames names;
+    NoteConverter converter(
+        notes, destination, options, result, [&writer](const NoteRecord &note) { return writer.recordedFile(note); });
     // Folders whose file system turned out to have no hard links.
     QSet<QString> withoutLinks;
     const qsizetype n = notes.size();
@@ -390,7 +422,7 @@ Result exportNotes(const QList<NoteRecord> &notes, const QUrl &to, const Progres
         if (progress)
             progress(double(i) / double(n), note.name);
 
-        const QString subfolder = sanitizeFilename(note.folder.isEmpty() ? u"Notes"_s : note.folder);
+        const QString subfolder = subfolderOf(note);
         const QString folderPath = joinPath(destination, subfolder);
         if (const std::optional<QString> error = createFolder(folderPath)) {
             result.failed.append(
@@ -399,16 +431,16 @@ Result exportNotes(const QList<NoteRecord> &notes, const QUrl &to, const Progres
         }
         result.folders.insert(subfolder);
 
-        QString base = sanitizeFilename(note.name.isEmpty() ? u"Untitled"_s : note.name);
-        if (base.isEmpty())
-            base = u"Untitled"_s;
-        QByteArray content = fileContent(note.name, HtmlToMarkdown::convert(note.html)).toUtf8();
+        const QString base = baseNameOf(note);
+        QByteArray content = fileContent(note.name, converter.markdown(i, folderPath)).toUtf8();
         if (options.dates)
             content.prepend(datesFrontmatter(note));
         ClaimMethod method = withoutLinks.contains(folderPath) ? ClaimMethod::exclusiveCreate : ClaimMethod::hardLink;
-        writer.write(note, subfolder, folderPath, base, content, names, method);
+        const bool written = writer.write(note, subfolder, folderPath, base, content, names, method);
         if (method == ClaimMethod::exclusiveCreate)
             withoutLinks.insert(folderPath);
+        if (!written)
+            converter.discardImages();
     }
     writer.finish();
 

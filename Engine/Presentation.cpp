@@ -142,6 +142,23 @@ QList<Section> updateSections(const NotesExporter::UpdateSummary &update)
     return sections;
 }
 
+/// What the export's options did, each only when the export was asked for it.
+void appendExportOptionSections(QList<Section> &sections, const NotesExporter::Result &result)
+{
+    if (result.imagesAsFiles) {
+        sections.append(paragraph(
+            QCoreApplication::translate("Velloran", "%n images saved as files.", nullptr, plural(result.imagesSaved))));
+        if (!result.imagesKeptInline.isEmpty())
+            sections.append(listed(QCoreApplication::translate("Velloran", "Images kept inline (%n)", nullptr,
+                                       plural(result.imagesKeptInline.size())),
+                dashed(result.imagesKeptInline)));
+    }
+    if (result.linksBetweenNotes && !result.linksOutsideExport.isEmpty())
+        sections.append(listed(QCoreApplication::translate("Velloran", "Links to notes outside the export (%n)",
+                                   nullptr, plural(result.linksOutsideExport.size())),
+            dashed(result.linksOutsideExport)));
+}
+
 } // namespace
 
 Outcome outcomeOf(const NotesExporter::Result &result)
@@ -161,6 +178,7 @@ Outcome outcomeOf(const NotesExporter::Result &result)
         outcome.sections.append(
             listed(QCoreApplication::translate("Velloran", "Failed (%n)", nullptr, plural(result.failed.size())),
                 dashed(result.failed)));
+    appendExportOptionSections(outcome.sections, result);
     if (result.datesUnavailable)
         outcome.sections.append(paragraph(QCoreApplication::translate(
             "Velloran", "This version of Notes does not give the notes’ dates: the files were written without them.")));
@@ -326,6 +344,16 @@ AnalysisListing listingOf(const VaultAnalysis &analysis, const QString &vaultPat
 
 namespace {
 
+/// A property's value; a property of type QVariant gives the value it holds, and an invalid one for a
+/// value that does not apply to the gadget (it is left out).
+QVariant propertyValue(const QMetaProperty &property, const void *gadget)
+{
+    QVariant value = property.readOnGadget(gadget);
+    if (value.metaType() == QMetaType::fromType<QVariant>())
+        return value.value<QVariant>();
+    return value;
+}
+
 bool holdsGadget(const QVariant &value)
 {
     return value.metaType().flags().testFlag(QMetaType::IsGadget);
@@ -401,8 +429,8 @@ QJsonObject jsonObject(const QMetaObject &type, const void *gadget)
     QJsonObject object;
     for (int i = type.propertyOffset(); i < type.propertyCount(); ++i) {
         const QMetaProperty property = type.property(i);
-        const QVariant value = property.readOnGadget(gadget);
-        if (value.isValid())
+        const QVariant value = propertyValue(property, gadget);
+        if (value.isValid()) // a value that does not apply to this gadget
             object.insert(QString::fromLatin1(property.name()), jsonTree(value));
     }
     return object;
@@ -416,10 +444,9 @@ QByteArray compactJson(const QMetaObject &type, const void *gadget)
     QByteArray json = "{";
     for (int i = type.propertyOffset(); i < type.propertyCount(); ++i) {
         const QMetaProperty property = type.property(i);
-        const QVariant value = property.readOnGadget(gadget);
-        // Undefined: a value that only some runs have (what an option adds) is left out of the others.
+        const QVariant value = propertyValue(property, gadget);
         if (!value.isValid())
-            continue;
+            continue; // a value that does not apply to this gadget
         if (json.size() > 1)
             json += ',';
         json += '"' + QByteArray(property.name()) + "\":" + compactValue(value);

@@ -312,7 +312,7 @@ private slots:
         r = runCli({ u"export"_s, u"--dates"_s, u"--json"_s, fixture->path(u"second"_s) });
         QCOMPARE(r.out,
             QByteArray(R"({"written":5,"failed":[],"folders":["Work"],"stopped":false,)"
-                       R"("datesUnavailable":true})"
+                       R"("datesUnavailable":true,"linksOutsideExport":[]})"
                        "\n"));
     }
 

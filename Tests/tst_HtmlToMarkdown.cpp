@@ -863,6 +863,195 @@ private slots:
         QCOMPARE(HtmlToMarkdown::convert(html), markdown);
     }
 
+    // Conversion with options: Notes' heading styles, links between notes, images saved elsewhere
+
+    void convertWithOptions_data()
+    {
+        QTest::addColumn<QString>("html");
+        QTest::addColumn<bool>("headings");
+        QTest::addColumn<QString>("markdown");
+        const QString title = u"<div><b><span style=\"font-size: 24px\">Weekly plan</span></b></div>"
+                              u"<div><br></div><div>Groceries &amp; errands.</div>"_s;
+        QTest::addRow("title style") << title << true << u"# Weekly plan\n\nGroceries & errands."_s;
+        QTest::addRow("title style without the option")
+            << title << false << u"**Weekly plan**\n\nGroceries & errands."_s;
+        QTest::addRow("heading style")
+            << u"<div>a</div><div><b><span style=\"font-size: 18px\">Section</span></b></div><div>b</div>"_s << true
+            << u"a\n\n## Section\n\nb"_s;
+        QTest::addRow("sizes without spaces, as the migration writes them")
+            << u"<div><b><span style=\"font-size:20px\">Two</span></b></div>"
+               u"<div><b><span style=\"font-size:16px\">Three</span></b></div>"
+               u"<div><b><span style=\"font-size:14px\">Four</span></b></div>"_s
+            << true << u"## Two\n\n### Three\n\n### Four"_s;
+        QTest::addRow("larger than the title")
+            << u"<div><b><span style=\"FONT-SIZE: 28.5px\">Big</span></b></div>"_s << true << u"# Big"_s;
+        QTest::addRow("bold line") << u"<div><b>Sub</b></div><div>text</div>"_s << true << u"### Sub\n\ntext"_s;
+        QTest::addRow("bold line without the option")
+            << u"<div><b>Sub</b></div><div>text</div>"_s << false << u"**Sub**\ntext"_s;
+        QTest::addRow("bold start of a line stays bold")
+            << u"<div><b>Sub</b> more</div>"_s << true << u"**Sub** more"_s;
+        QTest::addRow("two bold runs stay bold") << u"<div><b>A</b><b>B</b></div>"_s << true << u"**A****B**"_s;
+        QTest::addRow("styled text in a heading")
+            << u"<div><b><span style=\"font-size: 24px\">A <i>b</i> <u>c</u></span></b></div>"_s << true
+            << u"# A *b* <u>c</u>"_s;
+        QTest::addRow("span without a size stays bold")
+            << u"<div><b><span style=\"color: red\">X</span></b></div>"_s << true << u"**X**"_s;
+        QTest::addRow("sized span with more after it stays bold")
+            << u"<div><b><span style=\"font-size: 24px\">X</span> y</b></div>"_s << true << u"**X y**"_s;
+        QTest::addRow("empty bold line is no heading")
+            << u"<div>a</div><div><b> </b></div><div>b</div>"_s << true << u"a\n** **\nb"_s;
+        QTest::addRow("line break in a bold line") << u"<div><b>a<br>b</b></div>"_s << true << u"**a\nb**"_s;
+        QTest::addRow("bold line in a list stays bold")
+            << u"<ul><li><div><b>X</b></div></li></ul>"_s << true << u"- \n**X**"_s;
+        QTest::addRow("paragraph inside a paragraph") << u"<div><div><b>X</b></div></div>"_s << true << u"### X"_s;
+        QTest::addRow("input ends inside a heading")
+            << u"<div><b><span style=\"font-size: 24px\">X"_s << true << u"**X"_s;
+        QTest::addRow("link to a note by its short id")
+            << u"<div>See <a href=\"applenotes:note/p7\">the trip</a>.</div>"_s << false << u"See [[Trip]]."_s;
+        QTest::addRow("link to a note by its whole id")
+            << u"<a href=\"applenotes:note/x-coredata://FakeNotes/ICNote/p7?ownerIdentifier=x\">t</a>"_s << false
+            << u"[[Trip]]"_s;
+        QTest::addRow("notes scheme")
+            << u"<a href=\"notes://showNote?identifier=x-coredata%3A%2F%2FFakeNotes%2FICNote%2Fp8\">x</a>"_s << false
+            << u"[[Plan (2)]]"_s;
+        QTest::addRow("link to a note outside")
+            << u"<a href=\"applenotes:note/p99\">Elsewhere</a>"_s << false << u"[Elsewhere](applenotes:note/p99)"_s;
+        QTest::addRow("web link unchanged")
+            << u"<a href=\"https://example.com\">x</a>"_s << false << u"[x](https://example.com)"_s;
+        QTest::addRow("styled text of a note link")
+            << u"<a href=\"APPLENOTES:note/p7\"><b>T</b></a> after"_s << false << u"[[Trip]] after"_s;
+        QTest::addRow("note link not closed on its line")
+            << u"<div><a href=\"applenotes:note/p7\">T</div><div>next</div>"_s << false << u"[[Trip]]\nnext"_s;
+        QTest::addRow("note link cut by a line break")
+            << u"<div>a <a href=\"applenotes:note/p7\">T<br>U</a> b</div>"_s << false << u"a [[Trip]]\nU b"_s;
+        QTest::addRow("note link in a heading")
+            << u"<div><b><span style=\"font-size: 18px\">See <a href=\"applenotes:note/p7\">it</a></span></b></div>"_s
+            << true << u"## See [[Trip]]"_s;
+        QTest::addRow("image as Notes writes it") << u"<div><img src=\"data:image/png;base64,AAAA\"/><br></div>"_s
+                                                  << false << u"![](attachments/Img%201.png)"_s;
+        QTest::addRow("image as an open tag")
+            << u"<img src=\"data:image/png;base64,AAAA\" alt=\"x\">"_s << false << u"![x](attachments/Img%201.png)"_s;
+        QTest::addRow("image that is not saved stays inline")
+            << u"<img src=\"data:image/png;base64,@@\"/>"_s << false << u"![](data:image/png;base64,@@)"_s;
+        QTest::addRow("self-closing image from a file still dropped")
+            << u"a<img src=\"a.png\"/>b"_s << false << u"ab"_s;
+        QTest::addRow("image from a file unchanged") << u"<img src=\"a.png\">"_s << false << u"![](a.png)"_s;
+    }
+
+    void convertWithOptions()
+    {
+        QFETCH(QString, html);
+        QFETCH(bool, headings);
+        QFETCH(QString, markdown);
+        NoteLinkTargets targets;
+        targets.add(u"x-coredata://FakeNotes/ICNote/p7"_s, u"Trip"_s);
+        targets.add(u"x-coredata://FakeNotes/ICNote/p8"_s, u"Plan (2)"_s);
+        ConvertOptions options;
+        options.headings = headings;
+        options.noteLink = [&targets](const QString &url) { return targets.resolve(url); };
+        options.image = [](const QString &source) -> std::optional<QString> {
+            if (source == u"data:image/png;base64,AAAA"_s)
+                return u"attachments/Img%201.png"_s;
+            return std::nullopt;
+        };
+        QCOMPARE(HtmlToMarkdown::convert(html, options), markdown);
+    }
+
+    void callbacksAskedOnlyForTheirLinksAndImages()
+    {
+        QStringList asked;
+        ConvertOptions options;
+        options.noteLink = [&asked](const QString &url) -> std::optional<QString> {
+            asked.append(u"link "_s + url);
+            return std::nullopt;
+        };
+        options.image = [&asked](const QString &source) -> std::optional<QString> {
+            asked.append(u"image "_s + source);
+            return std::nullopt;
+        };
+        const QString html = u"<a href=\"https://x\">a</a><a href=\"applenotes:note/p1\">b</a>"
+                             u"<a href=\"notes://showNote?identifier=p2\">c</a><img src=\"x.png\">"
+                             u"<img src=\"data:image/gif;base64,R0lG\"/>"_s;
+        QCOMPARE(HtmlToMarkdown::convert(html, options),
+            u"[a](https://x)[b](applenotes:note/p1)[c](notes://showNote?identifier=p2)![](x.png)"
+            u"![](data:image/gif;base64,R0lG)"_s);
+        QCOMPARE(asked,
+            QStringList({ u"link applenotes:note/p1"_s, u"link notes://showNote?identifier=p2"_s,
+                u"image data:image/gif;base64,R0lG"_s }));
+    }
+
+    void noOptionsConvertAsThePlainRules()
+    {
+        const QStringList names = QDir(fixtureDir).entryList({ u"*.html"_s }, QDir::Files, QDir::Name);
+        QVERIFY(!names.isEmpty());
+        for (const QString &name : names) {
+            const QString html = QString::fromUtf8(readFixture(fixtureDir + u'/' + name));
+            QCOMPARE(HtmlToMarkdown::convert(html, ConvertOptions {}), HtmlToMarkdown::convert(html));
+        }
+    }
+
+    void headingsOfTheNotesFixtures()
+    {
+        ConvertOptions options;
+        options.headings = true;
+        const auto convertFixture = [&options](const QString &name) {
+            return HtmlToMarkdown::convert(QString::fromUtf8(readFixture(fixtureDir + u'/' + name)), options);
+        };
+        QCOMPARE(convertFixture(u"title-bold-span.html"_s), u"# Weekly plan\n\nGroceries & errands."_s);
+        QCOMPARE(convertFixture(u"title-h1.html"_s), u"# Weekly plan\n\nGroceries & errands."_s);
+    }
+
+    void noteLinkIdentifiers_data()
+    {
+        QTest::addColumn<QString>("url");
+        QTest::addColumn<QString>("identifier");
+        QTest::addRow("short") << u"applenotes:note/p7"_s << u"p7"_s;
+        QTest::addRow("query dropped") << u"applenotes:note/p7?ownerIdentifier=a"_s << u"p7"_s;
+        QTest::addRow("whole id") << u"applenotes:note/x-coredata://S/ICNote/p7"_s << u"x-coredata://S/ICNote/p7"_s;
+        QTest::addRow("percent-encoded") << u"applenotes:note/a%20b"_s << u"a b"_s;
+        QTest::addRow("notes scheme") << u"notes://showNote?identifier=p3"_s << u"p3"_s;
+        QTest::addRow("notes scheme, more parameters") << u"notes://shownote?a=1&identifier=x%2Fp3&b=2"_s << u"x/p3"_s;
+        QTest::addRow("empty") << u"applenotes:note/"_s << QString();
+        QTest::addRow("other note path") << u"applenotes:folder/p1"_s << QString();
+        QTest::addRow("notes scheme without identifier") << u"notes://showNote?id=p3"_s << QString();
+        QTest::addRow("web") << u"https://example.com/applenotes:note/p1"_s << QString();
+    }
+
+    void noteLinkIdentifiers()
+    {
+        QFETCH(QString, url);
+        QFETCH(QString, identifier);
+        QCOMPARE(noteLinkIdentifier(url).value_or(QString()), identifier);
+    }
+
+    void sharedLastPartsLinkNowhere()
+    {
+        NoteLinkTargets targets;
+        targets.add(u"x-coredata://A/ICNote/p1"_s, u"One"_s);
+        targets.add(u"x-coredata://B/ICNote/p1"_s, u"Other"_s);
+        targets.add(u"x-coredata://B/ICNote/p2"_s, u"Two"_s);
+        targets.add(QString(), u"No id"_s);
+        QCOMPARE(targets.resolve(u"applenotes:note/p1"_s), std::nullopt);
+        QCOMPARE(targets.resolve(u"applenotes:note/x-coredata://A/ICNote/p1"_s), u"One"_s);
+        QCOMPARE(targets.resolve(u"applenotes:note/x-coredata://B/ICNote/p1"_s), u"Other"_s);
+        QCOMPARE(targets.resolve(u"applenotes:note/p2"_s), u"Two"_s);
+        QCOMPARE(targets.resolve(u"applenotes:note/"_s), std::nullopt);
+        QCOMPARE(targets.resolve(u"https://x"_s), std::nullopt);
+    }
+
+    void pathologicalHeadingParagraphs()
+    {
+        ConvertOptions options;
+        options.headings = true;
+        // Paragraphs that break the heading shape one token before its end: each token is held once.
+        const QString broken = u"<div><b><span style=\"font-size: 24px\">x</span></b><b>"_s.repeated(20000);
+        QCOMPARE(HtmlToMarkdown::convert(broken, options), HtmlToMarkdown::convert(broken));
+        const QString nested = u"<div><b>"_s.repeated(65000);
+        QCOMPARE(HtmlToMarkdown::convert(nested, options), HtmlToMarkdown::convert(nested));
+        const QString headings = u"<div><b><span style=\"font-size: 18px\">x</span></b></div>"_s.repeated(20000);
+        QCOMPARE(HtmlToMarkdown::convert(headings, options), QStringList(20000, u"## x"_s).join(u"\n\n"_s));
+    }
+
     void renderKeepsRawOutput()
     {
         // Blank lines are tidied and the ends trimmed only by convert.

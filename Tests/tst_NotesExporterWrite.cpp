@@ -1,9 +1,11 @@
 // Tests of the export writer: file names, the destination check, de-duplication, file content, failures
 // that do not stop a run, and progress reports. Every test writes into its own temporary folder.
 
+#include "ExportConversion_p.h"
 #include "HtmlToMarkdown.h"
 #include "NotesExporter.h"
 #include "NotesExporterWrite_p.h"
+#include "Presentation.h"
 #include "TestUtil.h"
 
 #include "Text.h"
@@ -15,6 +17,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -183,6 +186,41 @@ QList<NoteRecord> notesForASmallDisk()
         notes.append({ u"F"_s, u"Big %1"_s.arg(i), u"<div>"_s + QString(2 * page + page / 2, u'x') + u"</div>"_s });
     notes.append({ u"F"_s, u"Small"_s, u"<div>small</div>"_s });
     return notes;
+}
+
+/// A note with a Notes id, as the read that links notes gives it.
+NoteRecord noteWithId(const QString &folder, const QString &name, const QString &html, const QString &id)
+{
+    NoteRecord note { folder, name, html };
+    note.id = u"x-coredata://FakeNotes/ICNote/"_s + id;
+    return note;
+}
+
+/// An image as Notes holds it in a body: a self-closing tag with a base64 data URI.
+QString dataImage(const QString &mediaType, const QByteArray &bytes)
+{
+    return u"<div><img style=\"max-width: 100%;\" src=\"data:"_s + mediaType + u";base64,"_s
+        + QString::fromLatin1(bytes.toBase64()) + u"\"/><br></div>"_s;
+}
+
+/// The images that a Markdown file refers to, each read from the path written, percent-decoded and
+/// taken from the file's own folder, as an editor opens it.
+QList<QByteArray> imagesReferencedBy(const QString &markdownPath)
+{
+    static const QRegularExpression image(u"!\\[[^\\]]*\\]\\(([^)]*)\\)"_s);
+    const QString markdown = QString::fromUtf8(readAll(markdownPath));
+    const QDir folder = QFileInfo(markdownPath).dir();
+    QList<QByteArray> images;
+    for (const QRegularExpressionMatch &match : image.globalMatch(markdown))
+        images.append(readAll(folder.filePath(QUrl::fromPercentEncoding(match.captured(1).toUtf8()))));
+    return images;
+}
+
+NotesExporter::ExportOptions imagesAsFiles()
+{
+    NotesExporter::ExportOptions options;
+    options.imagesAsFiles = true;
+    return options;
 }
 
 QByteArray contentOf(const NoteRecord &note)
@@ -888,6 +926,243 @@ private slots:
         QCOMPARE(readAll(space.path(u"F/Plan (3).md"_s)), QByteArray("# Plan\n\none\n"));
         QCOMPARE(readAll(space.path(u"F/Plan (4).md"_s)), QByteArray("# Plan\n\ntwo\n"));
         QCOMPARE(readAll(space.path(u"G/Idea (2).md"_s)), QByteArray("# Idea\n\nthree\n"));
+    }
+
+    // Export options: images saved as files, links between notes, headings
+
+    void imagesAreSavedBesideTheNote()
+    {
+        Workspace space;
+        const QByteArray png("\x89PNG\r\n\x1a\nfirst", 13);
+        const QByteArray other("\x89PNG\r\n\x1a\nsecond", 14);
+        const QByteArray jpeg("\xff\xd8\xff\xe0jpeg", 8);
+        const QList<NoteRecord> notes { noteWithId(u"Travel"_s, u"Trip: Day 1"_s,
+            u"<div>Before</div>"_s + dataImage(u"image/png"_s, png) + dataImage(u"image/png"_s, other)
+                + dataImage(u"image/png"_s, png) + dataImage(u"image/jpeg"_s, jpeg) + u"<div>After</div>"_s,
+            u"p1"_s) };
+        const Result result = NotesExporter::exportNotes(notes, space.url(), {}, {}, imagesAsFiles());
+        QCOMPARE(result.written, 1);
+        QCOMPARE(result.failed, Failures());
+        QCOMPARE(result.imagesSaved, 3);
+        QCOMPARE(result.imagesKeptInline, Failures());
+        QCOMPARE(tree(space.path()),
+            (QStringList { u".velloran/"_s, u".velloran/export.json"_s, u"Travel/"_s, u"Travel/Trip- Day 1.md"_s,
+                u"Travel/attachments/"_s, u"Travel/attachments/Trip- Day 1 1.png"_s,
+                u"Travel/attachments/Trip- Day 1 2.png"_s, u"Travel/attachments/Trip- Day 1 3.jpg"_s }));
+        const QString markdownPath = space.path(u"Travel/Trip- Day 1.md"_s);
+        QCOMPARE(readAll(markdownPath),
+            QByteArray("# Trip: Day 1\n\nBefore\n![](attachments/Trip-%20Day%201%201.png)\n"
+                       "![](attachments/Trip-%20Day%201%202.png)\n![](attachments/Trip-%20Day%201%201.png)\n"
+                       "![](attachments/Trip-%20Day%201%203.jpg)\nAfter\n"));
+        QCOMPARE(imagesReferencedBy(markdownPath), (QList<QByteArray> { png, other, png, jpeg }));
+    }
+
+    void imagesNeverOverwriteAndFollowTheNotesFileName()
+    {
+        Workspace space;
+        QVERIFY(QDir().mkpath(space.path(u"F/attachments"_s)));
+        QVERIFY(writeBytes(space.path(u"F/Trip.md"_s), "mine"));
+        QVERIFY(writeBytes(space.path(u"F/attachments/Trip (2) 1.png"_s), "my picture"));
+        QVERIFY(QFile::link(space.path(u"elsewhere.png"_s), space.path(u"F/attachments/Trip (2) 2.png"_s)));
+        const QByteArray png("png bytes");
+        const QList<NoteRecord> notes {
+            noteWithId(u"F"_s, u"Trip"_s, dataImage(u"image/png"_s, png), u"p1"_s),
+            noteWithId(u"F"_s, u"trip"_s, dataImage(u"image/webp"_s, "webp bytes"), u"p2"_s),
+        };
+        const Result result = NotesExporter::exportNotes(notes, space.url(), {}, {}, imagesAsFiles());
+        QCOMPARE(result.written, 2);
+        QCOMPARE(result.imagesSaved, 2);
+        QCOMPARE(readAll(space.path(u"F/Trip.md"_s)), QByteArray("mine"));
+        QCOMPARE(readAll(space.path(u"F/attachments/Trip (2) 1.png"_s)), QByteArray("my picture"));
+        QVERIFY(!QFileInfo::exists(space.path(u"elsewhere.png"_s)));
+        QCOMPARE(
+            readAll(space.path(u"F/Trip (2).md"_s)), QByteArray("# Trip\n\n![](attachments/Trip%20%282%29%203.png)\n"));
+        QCOMPARE(readAll(space.path(u"F/trip (3).md"_s)),
+            QByteArray("# trip\n\n![](attachments/trip%20%283%29%201.webp)\n"));
+        QCOMPARE(imagesReferencedBy(space.path(u"F/Trip (2).md"_s)), QList<QByteArray> { png });
+        QCOMPARE(imagesReferencedBy(space.path(u"F/trip (3).md"_s)), QList<QByteArray> { "webp bytes" });
+    }
+
+    void percentEncodedAndUnknownImages()
+    {
+        Workspace space;
+        const QList<NoteRecord> notes { { u"F"_s, u"Shapes"_s,
+            u"<img src=\"data:image/svg+xml;charset=utf-8,%3Csvg%2F%3E\"><img src=\"data:image/x-icon;base64,AAE=\">"
+            u"<img src=\"data:,raw\"><img src=\"data:IMAGE/GIF;BASE64,R0lG\">"_s } };
+        const Result result = NotesExporter::exportNotes(notes, space.url(), {}, {}, imagesAsFiles());
+        QCOMPARE(result.imagesSaved, 4);
+        QCOMPARE(readAll(space.path(u"F/attachments/Shapes 1.svg"_s)), QByteArray("<svg/>"));
+        QCOMPARE(readAll(space.path(u"F/attachments/Shapes 2.bin"_s)), QByteArray("\x00\x01", 2));
+        QCOMPARE(readAll(space.path(u"F/attachments/Shapes 3.bin"_s)), QByteArray("raw"));
+        QCOMPARE(readAll(space.path(u"F/attachments/Shapes 4.gif"_s)), QByteArray("GIF"));
+    }
+
+    void undecodableImagesStayInlineAndAreListed()
+    {
+        Workspace space;
+        const QList<NoteRecord> notes {
+            { u"F"_s, u"Broken"_s,
+                u"<div>a</div><img src=\"data:image/png;base64,@@@\"/><img src=\"data:image/png\">"_s },
+            { u"F"_s, u"Empty"_s, u"<img src=\"data:image/png;base64,\">"_s },
+        };
+        const Result result = NotesExporter::exportNotes(notes, space.url(), {}, {}, imagesAsFiles());
+        QCOMPARE(result.written, 2);
+        QCOMPARE(result.failed, Failures());
+        QCOMPARE(result.imagesSaved, 0);
+        QCOMPARE(result.imagesKeptInline,
+            (Failures { { u"Broken"_s, u"the image data could not be decoded"_s },
+                { u"Broken"_s, u"the image data could not be decoded"_s },
+                { u"Empty"_s, u"the image holds no data"_s } }));
+        QCOMPARE(readAll(space.path(u"F/Broken.md"_s)),
+            QByteArray("# Broken\n\na\n![](data:image/png;base64,@@@)![](data:image/png)\n"));
+        QCOMPARE(tree(space.path()), (QStringList { u"F/"_s, u"F/Broken.md"_s, u"F/Empty.md"_s }));
+    }
+
+    void linksBetweenNotesNameTheExportedFiles()
+    {
+        Workspace space;
+        QVERIFY(QDir().mkpath(space.path(u"Work"_s)));
+        QVERIFY(writeBytes(space.path(u"Work/Plan.md"_s), "earlier export"));
+        const QList<NoteRecord> notes {
+            noteWithId(u"Home"_s, u"Index"_s,
+                u"<div>See <a href=\"applenotes:note/p2\">the plan</a>, "
+                u"<a href=\"notes://showNote?identifier=x-coredata%3A%2F%2FFakeNotes%2FICNote%2Fp3\">this</a> and "
+                u"<a href=\"applenotes:note/p99\">a note not exported</a>.</div>"_s,
+                u"p1"_s),
+            noteWithId(
+                u"Work"_s, u"Plan"_s, u"<div>Back to <a href=\"applenotes:note/p1\">the index</a></div>"_s, u"p2"_s),
+            noteWithId(u"Work"_s, u"Plan"_s, u"<div>Second plan</div>"_s, u"p3"_s),
+        };
+        NotesExporter::ExportOptions options;
+        options.noteLinks = true;
+        const Result result = NotesExporter::exportNotes(notes, space.url(), {}, {}, options);
+        QCOMPARE(result.written, 3);
+        QCOMPARE(result.linksOutsideExport, (Failures { { u"Index"_s, u"applenotes:note/p99"_s } }));
+        QCOMPARE(readAll(space.path(u"Home/Index.md"_s)),
+            QByteArray("# Index\n\nSee [[Plan (2)]], [[Plan (3)]] and [a note not exported](applenotes:note/p99).\n"));
+        QCOMPARE(readAll(space.path(u"Work/Plan (2).md"_s)), QByteArray("# Plan\n\nBack to [[Index]]\n"));
+        QCOMPARE(readAll(space.path(u"Work/Plan (3).md"_s)), QByteArray("# Plan\n\nSecond plan\n"));
+    }
+
+    void plannedNamesAreTheNamesWritten()
+    {
+        Workspace space;
+        QVERIFY(QDir().mkpath(space.path(u"F"_s)));
+        QVERIFY(writeBytes(space.path(u"F/A (2).md"_s), "x"));
+        QVERIFY(QFile::link(space.path(u"nowhere"_s), space.path(u"F/B.md"_s)));
+        QList<NoteRecord> notes;
+        for (const QString &name : { u"A"_s, u"A"_s, u"a"_s, u"B"_s, u""_s, u"..."_s, u"x/y"_s })
+            notes.append({ u"F"_s, name, QString() });
+        notes.append({ QString(), u"A"_s, QString() });
+        QStringList planned;
+        for (const NotesExporter::PlannedFile &file : NotesExporter::planFileNames(notes, space.path()))
+            planned.append(file.subfolder + u'/' + file.name);
+        QCOMPARE(planned,
+            (QStringList { u"F/A"_s, u"F/A (3)"_s, u"F/a (4)"_s, u"F/B (2)"_s, u"F/Untitled"_s, u"F/Untitled (2)"_s,
+                u"F/x-y"_s, u"Notes/A"_s }));
+        QCOMPARE(NotesExporter::exportNotes(notes, space.url()).written, 8);
+        for (const QString &file : std::as_const(planned))
+            QVERIFY2(QFileInfo(space.path(file + u".md"_s)).isFile(), qPrintable(file));
+    }
+
+    void headingsFromNotesStyles()
+    {
+        Workspace space;
+        const QList<NoteRecord> notes { { u"F"_s, u"Plan"_s,
+            u"<div><b><span style=\"font-size: 24px\">Plan</span></b></div><div>Intro</div>"
+            u"<div><b><span style=\"font-size: 18px\">Steps</span></b></div><div><b>Details</b></div>"_s } };
+        NotesExporter::ExportOptions options;
+        options.headings = true;
+        QCOMPARE(NotesExporter::exportNotes(notes, space.url(), {}, {}, options).written, 1);
+        QCOMPARE(
+            readAll(space.path(u"F/Plan.md"_s)), QByteArray("# Plan\n\n# Plan\n\nIntro\n\n## Steps\n\n### Details\n"));
+    }
+
+    void optionResultsOnlyWhenAskedFor()
+    {
+        Workspace space;
+        const QList<NoteRecord> notes { noteWithId(
+            u"F"_s, u"A"_s, u"<img src=\"data:image/png;base64,@\"><a href=\"applenotes:note/p9\">x</a>"_s, u"p1"_s) };
+        const Result plain = NotesExporter::exportNotes(notes, space.url(u"plain"_s));
+        QCOMPARE(Presentation::compactJson(plain),
+            QByteArray(R"({"written":1,"failed":[],"folders":["F"],"stopped":false})"));
+        QCOMPARE(readAll(space.path(u"plain/F/A.md"_s)),
+            QByteArray("# A\n\n![](data:image/png;base64,@)[x](applenotes:note/p9)\n"));
+        QCOMPARE(Presentation::outcomeOf(plain).sections.size(), 0);
+
+        const Result withOptions = NotesExporter::exportNotes(notes, space.url(u"options"_s), {}, {}, imagesAsFiles());
+        QCOMPARE(Presentation::compactJson(withOptions),
+            QByteArray(R"({"written":1,"failed":[],"folders":["F"],"stopped":false,"imagesSaved":0,)"
+                       R"("imagesKeptInline":[["A","the image data could not be decoded"]],)"
+                       R"("linksOutsideExport":[["A","applenotes:note/p9"]]})"));
+        const Presentation::Outcome outcome = Presentation::outcomeOf(withOptions);
+        QCOMPARE(outcome.title, u"Export complete"_s);
+        QCOMPARE(outcome.sections,
+            (QList<Presentation::Section> { { QString(), {}, u"0 images saved as files."_s },
+                { u"Images kept inline (1)"_s, { u"A — the image data could not be decoded"_s }, QString() },
+                { u"Links to notes outside the export (1)"_s, { u"A — applenotes:note/p9"_s }, QString() } }));
+
+        NotesExporter::ExportOptions linksOnly;
+        linksOnly.noteLinks = true;
+        const Result links = NotesExporter::exportNotes(notes, space.url(u"links"_s), {}, {}, linksOnly);
+        QCOMPARE(Presentation::compactJson(links),
+            QByteArray(R"({"written":1,"failed":[],"folders":["F"],"stopped":false,)"
+                       R"("linksOutsideExport":[["A","applenotes:note/p9"]]})"));
+    }
+
+    void dataUris_data()
+    {
+        QTest::addColumn<QString>("uri");
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QString>("mediaType");
+        QTest::addColumn<QString>("failure");
+        const QString undecodable = u"the image data could not be decoded"_s;
+        QTest::addRow("base64") << u"data:image/png;base64,AAEC"_s << QByteArray("\x00\x01\x02", 3) << u"image/png"_s
+                                << QString();
+        QTest::addRow("base64 in lines") << u"data:image/png;base64,AA\r\n EC"_s << QByteArray("\x00\x01\x02", 3)
+                                         << u"image/png"_s << QString();
+        QTest::addRow("parameters before base64")
+            << u"data:Image/JPEG;name=a.jpg;base64,/9g="_s << QByteArray("\xff\xd8") << u"image/jpeg"_s << QString();
+        QTest::addRow("percent-encoded") << u"data:text/plain,a%20b"_s << QByteArray("a b") << u"text/plain"_s
+                                         << QString();
+        QTest::addRow("no media type") << u"data:,x"_s << QByteArray("x") << QString() << QString();
+        QTest::addRow("not base64") << u"data:image/png;base64,A*B"_s << QByteArray() << u"image/png"_s << undecodable;
+        QTest::addRow("letters beyond ASCII")
+            << u"data:image/png;base64,AAé="_s << QByteArray() << u"image/png"_s << undecodable;
+        QTest::addRow("no comma") << u"data:image/png;base64"_s << QByteArray() << QString() << undecodable;
+        QTest::addRow("no data") << u"data:image/png,"_s << QByteArray() << u"image/png"_s
+                                 << u"the image holds no data"_s;
+    }
+
+    void dataUris()
+    {
+        QFETCH(QString, uri);
+        QFETCH(QByteArray, bytes);
+        QFETCH(QString, mediaType);
+        QFETCH(QString, failure);
+        const NotesExporter::DataUri decoded = NotesExporter::decodeDataUri(uri);
+        QCOMPARE(decoded.bytes, bytes);
+        QCOMPARE(decoded.mediaType, mediaType);
+        QCOMPARE(decoded.failure, failure);
+    }
+
+    void extensionsForMediaTypes()
+    {
+        const QList<std::pair<QString, QString>> expected { { u"image/png"_s, u"png"_s }, { u"image/jpeg"_s, u"jpg"_s },
+            { u"image/gif"_s, u"gif"_s }, { u"image/heic"_s, u"heic"_s }, { u"image/webp"_s, u"webp"_s },
+            { u"image/tiff"_s, u"tiff"_s }, { u"application/pdf"_s, u"pdf"_s }, { u"image/svg+xml"_s, u"svg"_s },
+            { u"image/avif"_s, u"avif"_s }, { u"image/x-icon"_s, u"bin"_s }, { u"image/averyverylongname"_s, u"bin"_s },
+            { u"text/plain"_s, u"bin"_s }, { QString(), u"bin"_s } };
+        for (const auto &[mediaType, extension] : expected)
+            QCOMPARE(NotesExporter::extensionForMediaType(mediaType), extension);
+    }
+
+    void referencesEncodedWhereNeeded()
+    {
+        QCOMPARE(NotesExporter::encodedReference(u"attachments/Trip 1.png"_s), u"attachments/Trip%201.png"_s);
+        QCOMPARE(NotesExporter::encodedReference(u"attachments/a (2) #[x]%?<>.png"_s),
+            u"attachments/a%20%282%29%20%23%5Bx%5D%25%3F%3C%3E.png"_s);
+        QCOMPARE(NotesExporter::encodedReference(u"attachments/Réunion ✓.png"_s), u"attachments/Réunion%20✓.png"_s);
     }
 
     void progressForEachNote()

@@ -878,6 +878,115 @@ private slots:
             sums.at(0));
     }
 
+    void exportWithImagesAsFilesAndHeadings()
+    {
+        // Two of everything that is counted, so that the texts take their plural forms in every language.
+        const QByteArray png("\x89PNG\r\n\x1a\npicture", 15);
+        const QByteArray gif("GIF89a", 6);
+        const auto image = [](const QString &mediaType, const QByteArray &bytes) {
+            return u"<div><img style=\"max-width: 100%;\" src=\"data:"_s + mediaType + u";base64,"_s
+                + QString::fromLatin1(bytes.toBase64()) + u"\"/><br></div>"_s;
+        };
+        const QString body = u"<div><b><span style=\"font-size: 24px\">Day one</span></b></div>"
+                             u"<div>We left early. See <a href=\"applenotes:note/p99\">the plan</a> and "
+                             u"<a href=\"notes://showNote?identifier=p98\">the map</a>.</div>"_s
+            + image(u"image/png"_s, png) + u"<div><img src=\"data:image/png;base64,@@\"/></div>"_s
+            + image(u"image/gif"_s, gif)
+            + u"<div><img src=\"data:image/jpeg;base64,\"/></div>"
+              u"<div><b><span style=\"font-size: 18px\">Day two</span></b></div>"
+              u"<div><b>Evening</b></div>"_s;
+        fixture->seed(QJsonDocument(
+            QJsonObject { { u"folders"_s,
+                QJsonArray { QJsonObject { { u"name"_s, u"Travel"_s },
+                    { u"notes"_s,
+                        QJsonArray { QJsonObject { { u"name"_s, u"Trip: Lisbon"_s }, { u"body"_s, body } } } } } } } })
+                          .toJson());
+        const QString out = fixture->path(u"out"_s);
+        const TestUtil::CliResult r = runCli({ u"export"_s, u"--images"_s, u"files"_s, u"--headings"_s, out });
+        QCOMPARE(QString::fromUtf8(r.out),
+            u"Export complete\n"
+            "1 note written · 1 folder\n"
+            "\n"
+            "2 images saved as files.\n"
+            "\n"
+            "Images kept inline (2)\n"
+            "  Trip: Lisbon — the image data could not be decoded\n"
+            "  Trip: Lisbon — the image holds no data\n"
+            "\n"
+            "Links to notes outside the export (2)\n"
+            "  Trip: Lisbon — applenotes:note/p99\n"
+            "  Trip: Lisbon — notes://showNote?identifier=p98\n"_s);
+        QCOMPARE(r.exitCode, 0);
+        QCOMPARE(TestUtil::hashTree(out).keys(),
+            (QStringList { u".velloran/export.json"_s, u"Travel/Trip- Lisbon.md"_s,
+                u"Travel/attachments/Trip- Lisbon 1.png"_s, u"Travel/attachments/Trip- Lisbon 2.gif"_s }));
+        const QString markdownPath = out + u"/Travel/Trip- Lisbon.md"_s;
+        QFile markdown(markdownPath);
+        QVERIFY(markdown.open(QIODevice::ReadOnly));
+        const QString text = QString::fromUtf8(markdown.readAll());
+        QCOMPARE(text,
+            u"# Trip: Lisbon\n\n"
+            "# Day one\n\n"
+            "We left early. See [the plan](applenotes:note/p99) and [the map](notes://showNote?identifier=p98).\n"
+            "![](attachments/Trip-%20Lisbon%201.png)\n"
+            "![](data:image/png;base64,@@)\n"
+            "![](attachments/Trip-%20Lisbon%202.gif)\n"
+            "![](data:image/jpeg;base64,)\n\n"
+            "## Day two\n\n"
+            "### Evening\n"_s);
+        // The images open by the paths written, from the note's own folder.
+        QList<QByteArray> opened;
+        const QRegularExpression reference(u"!\\[\\]\\((attachments/[^)]*)\\)"_s);
+        for (const QRegularExpressionMatch &match : reference.globalMatch(text)) {
+            QFile image(QFileInfo(markdownPath).dir().filePath(QUrl::fromPercentEncoding(match.captured(1).toUtf8())));
+            QVERIFY(image.open(QIODevice::ReadOnly));
+            opened.append(image.readAll());
+        }
+        QCOMPARE(opened, (QList<QByteArray> { png, gif }));
+
+        // Again, as JSON: nothing is overwritten, the note and its images get numbered names.
+        const TestUtil::CliResult json = runCli({ u"export"_s, u"--json"_s, u"--images"_s, u"files"_s, out });
+        QCOMPARE(json.exitCode, 0);
+        QCOMPARE(json.out,
+            QByteArray("{\"written\":1,\"failed\":[],\"folders\":[\"Travel\"],\"stopped\":false,\"imagesSaved\":2,"
+                       "\"imagesKeptInline\":[[\"Trip: Lisbon\",\"the image data could not be decoded\"],"
+                       "[\"Trip: Lisbon\",\"the image holds no data\"]],"
+                       "\"linksOutsideExport\":[[\"Trip: Lisbon\",\"applenotes:note/p99\"],"
+                       "[\"Trip: Lisbon\",\"notes://showNote?identifier=p98\"]]}\n"));
+        QCOMPARE(TestUtil::hashTree(out).keys(),
+            (QStringList { u".velloran/export.json"_s, u"Travel/Trip- Lisbon (2).md"_s, u"Travel/Trip- Lisbon.md"_s,
+                u"Travel/attachments/Trip- Lisbon (2) 1.png"_s, u"Travel/attachments/Trip- Lisbon (2) 2.gif"_s,
+                u"Travel/attachments/Trip- Lisbon 1.png"_s, u"Travel/attachments/Trip- Lisbon 2.gif"_s }));
+
+        // Without options, the export is as it always was.
+        const TestUtil::CliResult plain = runCli({ u"export"_s, u"--json"_s, fixture->path(u"plain"_s) });
+        QCOMPARE(plain.out, QByteArray("{\"written\":1,\"failed\":[],\"folders\":[\"Travel\"],\"stopped\":false}\n"));
+    }
+
+    void exportOptionUsageErrors()
+    {
+        const TestUtil::CliResult r = runCli({ u"export"_s, u"--images"_s, u"links"_s, fixture->path(u"out"_s) });
+        QCOMPARE(r.exitCode, 2);
+        QCOMPARE(r.out, QByteArray());
+        QVERIFY2(r.err.startsWith("velloran-cli: --images: links not in {inline,files}"), r.err.constData());
+        QVERIFY(!QFileInfo::exists(fixture->path(u"out"_s)));
+    }
+
+    void roundTripWithHeadings()
+    {
+        const QString total = u"Total (12 notes, 0 not exported): headings 15→%1 · list items 21→21 · links 10→2 · "
+                              "emphasis 13→%2 · tables 3→0 · images 7→0"_s;
+        const TestUtil::CliResult plain = runCli({ u"round-trip"_s, exampleVault });
+        QCOMPARE(plain.exitCode, 0);
+        QCOMPARE(QString::fromUtf8(plain.out).split(u'\n', Qt::SkipEmptyParts).last(), total.arg(0).arg(40));
+        const TestUtil::CliResult r = runCli({ u"round-trip"_s, u"--headings"_s, exampleVault });
+        QCOMPARE(r.exitCode, 0);
+        const QStringList lines = QString::fromUtf8(r.out).split(u'\n', Qt::SkipEmptyParts);
+        QCOMPARE(lines.last(), total.arg(15).arg(25));
+        QVERIFY(lines.contains(u"Reference/Markdown cheatsheet.md: headings 6→6 · list items 3→3 · links 3→1 · "
+                               "emphasis 4→5 · tables 1→0 · images 0→0"_s));
+    }
+
     void roundTripNeedsTheStandIn()
     {
         qunsetenv("VELLORAN_OSASCRIPT");

@@ -25,8 +25,12 @@ public:
     /// Which open tags come with their attributes: every one, or only those whose attributes the
     /// renderer reads ("a" and "img"), which spares reading the styles of every "div" and "span".
     enum class Attributes { all, renderedOnly };
+    /// What becomes of an image written as a self-closing tag (`<img src="…"/>`, as Notes writes
+    /// them): a self-closing token without attributes, or, when its source is a `data:` URI, the same
+    /// tokens as `<img src="…">` gives.
+    enum class SelfClosingImages { dropped, dataImagesRead };
 
-    Tokenizer(const QString &html, Attributes attributes);
+    Tokenizer(const QString &html, Attributes attributes, SelfClosingImages images = SelfClosingImages::dropped);
     Tokenizer(const Tokenizer &) = delete;
     Tokenizer &operator=(const Tokenizer &) = delete;
 
@@ -52,6 +56,7 @@ private:
 
     const Characters m_chars;
     const Attributes m_attributes;
+    const SelfClosingImages m_images;
     qsizetype m_position = 0;
     /// The pending text is always the characters from here up to the current position.
     qsizetype m_pending = 0;

@@ -1,16 +1,17 @@
 #pragma once
 
+#include "NotesExporter.h"
+
 #include <QByteArray>
 #include <QHash>
 #include <QSet>
 #include <QString>
 
-#include "NotesExporter.h"
-
 #include <QDateTime>
 #include <QList>
 #include <QStringList>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -70,6 +71,28 @@ struct NewFile
     QString error;
 };
 
+/// The file name (with its extension) that try number `counter` gives for a new file, or nothing to pass
+/// over that number.
+using CandidateName = std::function<std::optional<QString>(qint64 counter)>;
+
+/// The outcome of claiming a name for one new file.
+struct ClaimedFile
+{
+    /// The file name taken, with its extension; empty when the write failed.
+    QString fileName;
+    /// The try that gave it.
+    qint64 counter = 0;
+    /// The system's description of the failure; empty when the file was written.
+    QString error;
+};
+
+/// Writes `bytes` as a new file in `folder` under the first name that `candidate` gives, from try
+/// `firstCounter` on, that nothing in the folder has: the way writeNewFile writes a note, for any kind
+/// of file. Never replaces anything and never writes through a symbolic link; a failure leaves no file
+/// behind. `method` is as for writeNewFile.
+ClaimedFile claimNewFile(const QString &folder, qint64 firstCounter, const CandidateName &candidate,
+    const QByteArray &bytes, ClaimMethod &method);
+
 /// Writes `bytes` as a new file `folder/<name>.md`, where name is the first candidate for `base` (see
 /// candidateName) that is neither given out in this run nor present in the folder, and records it in
 /// `names`. Every write is checked and flushed to the disk; a failure leaves no file behind, neither
@@ -83,6 +106,11 @@ NewFile writeNewFile(
 /// replaced itself, never written through. Gives the system's description of the failure, if there is one;
 /// a failure leaves the old file as it was and no temporary file behind.
 std::optional<QString> replaceFile(const QString &folder, const QString &fileName, const QByteArray &bytes);
+/// The subfolder of the destination that a note goes into: its Notes folder's name, sanitised ("Notes"
+/// when it has none).
+QString subfolderOf(const NoteRecord &note);
+/// The name a note's file is made from: its name, sanitised ("Untitled" when nothing is left).
+QString baseNameOf(const NoteRecord &note);
 
 /// The text of one exported file: a "# " heading with the note's name, an empty line, the Markdown and
 /// a final line feed.
@@ -112,9 +140,12 @@ public:
     /// Why the run cannot start (the record of the export to update cannot be read); empty when it can.
     QString failure() const;
     /// Writes `bytes` for `note`, whose file goes into `subfolder` (at `folderPath`) named after `base`
-    /// when it is new, and counts it in the result.
-    void write(const NoteRecord &note, const QString &subfolder, const QString &folderPath, const QString &base,
+    /// when it is new, and counts it in the result. False when a write failed; the note is then listed.
+    bool write(const NoteRecord &note, const QString &subfolder, const QString &folderPath, const QString &base,
         const QByteArray &bytes, RunNames &names, ClaimMethod &method);
+    /// When the run updates a previous export that wrote `note`, the file it wrote (its path relative to
+    /// the destination), which the note keeps.
+    std::optional<QString> recordedFile(const NoteRecord &note) const;
     /// Lists the recorded notes gone from the folders read and writes the record. A run stopped before its
     /// end records what it wrote, and keeps the entries of the notes it did not reach.
     void finish();
