@@ -98,7 +98,7 @@ Item {
                 }
             }
         }
-        Button {
+        ProminentButton {
             objectName: "migrateButton"
             text: qsTr("Migrate to Apple Notes")
             icon.source: "icons/arrow.right.circle.fill.svg"

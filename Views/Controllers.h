@@ -7,5 +7,13 @@
 void registerControllerTypes();
 
 /// The controls style and the palette: Fusion where no native style is wanted, `ink` as the accent
-/// (highlight) colour everywhere. Call once, before loading any QML.
+/// (highlight) colour everywhere. The appearance follows the desktop (macOS switches the palette itself);
+/// VELLORAN_APPEARANCE=dark or light forces one. Call once, before loading any QML.
 void useVelloranStyle();
+
+/// The light and the dark appearance of the screens.
+enum class Appearance { Light, Dark };
+
+/// Draws the screens in the given appearance from now on, by changing the application's palette (the
+/// screens take their colours from it). Call after useVelloranStyle.
+void useAppearance(Appearance appearance);

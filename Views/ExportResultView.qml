@@ -112,7 +112,7 @@ Item {
                 icon.source: "icons/arrow.up.forward.app.svg"
                 onClicked: Qt.openUrlExternally(view.destination)
             }
-            Button {
+            ProminentButton {
                 objectName: "doneButton"
                 text: qsTr("Done")
                 highlighted: true

@@ -111,7 +111,7 @@ Item {
                 icon.source: "icons/arrow.up.forward.app.svg"
                 onClicked: Qt.openUrlExternally("notes://")
             }
-            Button {
+            ProminentButton {
                 objectName: "doneButton"
                 text: qsTr("Done")
                 highlighted: true

@@ -1,5 +1,7 @@
 #include "ScreenFixture.h"
 
+#include "Controllers.h"
+
 #include <QDesktopServices>
 #include <QDir>
 #include <QDirIterator>
@@ -168,6 +170,11 @@ QVariantList ScreenFixture::openedUrls() const
     return urls;
 }
 
+void ScreenFixture::setDarkAppearance(bool dark)
+{
+    useAppearance(dark ? Appearance::Dark : Appearance::Light);
+}
+
 QString ScreenFixture::screenshot(QQuickItem *item, const QString &name)
 {
     if (!item || !item->window())
@@ -175,5 +182,11 @@ QString ScreenFixture::screenshot(QQuickItem *item, const QString &name)
     const QString folder = QStringLiteral(VELLORAN_SCREENSHOT_DIR);
     QDir().mkpath(folder);
     const QString path = folder + u'/' + name + u".png"_s;
-    return item->window()->grabWindow().save(path) ? path : QString();
+    QQuickWindow *window = item->window();
+    const bool light = window->grabWindow().save(path);
+    // The same state in the dark appearance, then back to light for the rest of the test.
+    useAppearance(Appearance::Dark);
+    const bool dark = window->grabWindow().save(folder + u'/' + name + u"-dark.png"_s);
+    useAppearance(Appearance::Light);
+    return light && dark ? path : QString();
 }
