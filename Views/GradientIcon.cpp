@@ -35,21 +35,21 @@ void GradientIcon::setSource(const QUrl &source)
     update();
 }
 
-void GradientIcon::setTop(const QColor &color)
+void GradientIcon::setTopColor(const QColor &color)
 {
     if (color == m_top)
         return;
     m_top = color;
-    emit topChanged();
+    emit topColorChanged();
     update();
 }
 
-void GradientIcon::setBottom(const QColor &color)
+void GradientIcon::setBottomColor(const QColor &color)
 {
     if (color == m_bottom)
         return;
     m_bottom = color;
-    emit bottomChanged();
+    emit bottomColorChanged();
     update();
 }
 

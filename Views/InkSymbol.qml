@@ -9,8 +9,8 @@ GradientIcon {
     property real size: 16
 
     source: symbol ? Qt.resolvedUrl("icons/" + symbol + ".svg") : ""
-    top: Theme.inkTop
-    bottom: Theme.ink
+    topColor: Theme.inkTop
+    bottomColor: Theme.ink
     width: size
     height: size
     implicitWidth: size

@@ -9,7 +9,7 @@ import Velloran
 T.Button {
     id: control
 
-    readonly property color foreground: enabled ? Theme.onInk : Theme.secondary
+    readonly property color foreground: enabled ? Theme.textOnInk : Theme.secondary
 
     implicitWidth: Math.max(implicitBackgroundWidth + leftInset + rightInset,
                             implicitContentWidth + leftPadding + rightPadding)

@@ -17,7 +17,7 @@ QtObject {
     readonly property color inkFillPressed: Qt.darker(inkFill, 1.2)
     // The top of the ink gradient that fills the large symbols (lighter at the top).
     readonly property color inkTop: Qt.lighter(ink, dark ? 1.2 : 1.45)
-    readonly property color onInk: "white"
+    readonly property color textOnInk: "white"
     readonly property color orange: dark ? "#ffb340" : "#f09a37"
     readonly property color red: dark ? "#ff6961" : "#e0443e"
 

@@ -60,6 +60,8 @@ public:
     /// appearance as NAME-dark.png; returns the path of the first, or nothing when either failed.
     Q_INVOKABLE QString screenshot(QQuickItem *item, const QString &name);
 
+    /// The colours down the middle column of `item` as the window draws it, top to bottom.
+    Q_INVOKABLE QVariantList middleColumn(QQuickItem *item) const;
     /// Draws the screens in the dark appearance (true) or the light one (false) from now on.
     Q_INVOKABLE void setDarkAppearance(bool dark);
 

@@ -58,13 +58,14 @@ function filledWith(button, fill, label) {
     return sameColor(button.background.color, fill) && sameColor(button.contentItem.color, label)
 }
 
-// The first and the last opaque colour down the middle column of an image (TestCase.grabImage).
-function inkDownTheMiddle(image) {
-    const x = Math.floor(image.width / 2)
+// The first and the last colour of the application colour's hue in a column of colours
+// (fixture.middleColumn): pixels clearly bluer than red, which the greys of the window and the
+// antialiased edges are not.
+function inkDownTheMiddle(column) {
     const found = { top: undefined, bottom: undefined }
-    for (let y = 0; y < image.height; ++y) {
-        const colour = image.pixel(x, y)
-        if (colour.a < 0.95)
+    for (let y = 0; y < column.length; ++y) {
+        const colour = column[y]
+        if (colour.b - colour.r < 0.25)
             continue
         if (found.top === undefined)
             found.top = colour

@@ -67,9 +67,9 @@ Item {
             compare(symbol.symbol, "arrow.right.doc.on.clipboard")
             compare(symbol.width, 38)
             compare(symbol.height, 38)
-            verify(Screens.sameColor(symbol.bottom, Theme.ink))
-            verify(symbol.top.hslLightness > Theme.ink.hslLightness)
-            const ink = Screens.inkDownTheMiddle(grabImage(symbol))
+            verify(Screens.sameColor(symbol.bottomColor, Theme.ink))
+            verify(symbol.topColor.hslLightness > Theme.ink.hslLightness)
+            const ink = Screens.inkDownTheMiddle(fixture.middleColumn(symbol))
             verify(ink.top !== undefined)
             verify(ink.top.hslLightness > ink.bottom.hslLightness)
             verify(ink.bottom.b > ink.bottom.r)
@@ -85,13 +85,13 @@ Item {
                 // Ink that reads on the dark window, as text does (4.5:1), and a fill under the white label
                 // that does too.
                 verify(Screens.contrast(Theme.ink, Theme.palette.window) >= 4.5)
-                verify(Screens.contrast(Theme.onInk, Theme.inkFill) >= 4.5)
+                verify(Screens.contrast(Theme.textOnInk, Theme.inkFill) >= 4.5)
                 verify(Theme.primary.hslLightness > 0.8)
             } finally {
                 fixture.setDarkAppearance(false)
             }
             compare(Theme.dark, false)
-            verify(Screens.contrast(Theme.onInk, Theme.inkFill) >= 4.5)
+            verify(Screens.contrast(Theme.textOnInk, Theme.inkFill) >= 4.5)
             verify(Screens.contrast(Theme.ink, Theme.palette.window) >= 4.5)
         }
 

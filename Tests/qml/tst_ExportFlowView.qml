@@ -145,8 +145,8 @@ Item {
             loaded()
             choose(fixture.makeDir())
             compare(exportButton().enabled, true)
-            verify(Screens.filledWith(exportButton(), Theme.inkFill, Theme.onInk))
-            verify(Screens.sameColor(exportButton().icon.color, Theme.onInk))
+            verify(Screens.filledWith(exportButton(), Theme.inkFill, Theme.textOnInk))
+            verify(Screens.sameColor(exportButton().icon.color, Theme.textOnInk))
         }
 
         function test_foldersLoadOnFirstShow() {
