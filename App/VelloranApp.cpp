@@ -74,6 +74,8 @@ QQuickView *VelloranApp::showWindow()
         { u"exporter"_s, QVariant::fromValue<QObject *>(&m_exporter) },
         { u"titleBarInset"_s, WindowStyle::titleBarInset() },
     });
+    // The controls follow the palette, light or dark, as it changes.
+    followApplicationPalette(&window);
     // Where the statically linked Velloran module keeps its qmldir and files.
     window.engine()->addImportPath(u"qrc:/"_s);
     QObject::connect(window.engine(), &QQmlEngine::quit, &m_application, &QGuiApplication::quit);

@@ -1,9 +1,12 @@
 #include "Controllers.h"
 
 #include <QColor>
+#include <QEvent>
 #include <QGuiApplication>
+#include <QMetaProperty>
 #include <QPalette>
 #include <QQuickStyle>
+#include <QQuickWindow>
 #include <QStyleHints>
 #include <QtQml/qqmlextensionplugin.h>
 
@@ -113,4 +116,82 @@ void useVelloranStyle()
 void useAppearance(Appearance appearance)
 {
     QGuiApplication::setPalette(appearance == Appearance::Dark ? darkPalette() : lightPalette());
+}
+
+void applyApplicationPalette(QQuickWindow *window)
+{
+    // The window's palette is a QML palette object (active, inactive and disabled colour groups, one colour
+    // property per role), reached through the meta-object: its class is not public API.
+    static const std::pair<const char *, QPalette::ColorRole> roles[] = {
+        { "alternateBase", QPalette::AlternateBase },
+        { "base", QPalette::Base },
+        { "brightText", QPalette::BrightText },
+        { "button", QPalette::Button },
+        { "buttonText", QPalette::ButtonText },
+        { "dark", QPalette::Dark },
+        { "highlight", QPalette::Highlight },
+        { "highlightedText", QPalette::HighlightedText },
+        { "light", QPalette::Light },
+        { "link", QPalette::Link },
+        { "linkVisited", QPalette::LinkVisited },
+        { "mid", QPalette::Mid },
+        { "midlight", QPalette::Midlight },
+        { "shadow", QPalette::Shadow },
+        { "text", QPalette::Text },
+        { "toolTipBase", QPalette::ToolTipBase },
+        { "toolTipText", QPalette::ToolTipText },
+        { "window", QPalette::Window },
+        { "windowText", QPalette::WindowText },
+        { "placeholderText", QPalette::PlaceholderText },
+    };
+    static const std::pair<const char *, QPalette::ColorGroup> groups[] = {
+        { "active", QPalette::Active },
+        { "inactive", QPalette::Inactive },
+        { "disabled", QPalette::Disabled },
+    };
+    auto *quickPalette = window ? window->property("palette").value<QObject *>() : nullptr;
+    if (!quickPalette)
+        return;
+    const QPalette palette = QGuiApplication::palette();
+    for (const auto &[groupName, group] : groups) {
+        auto *colours = quickPalette->property(groupName).value<QObject *>();
+        if (!colours)
+            continue;
+        for (const auto &[roleName, role] : roles) {
+            if (colours->metaObject()->indexOfProperty(roleName) >= 0)
+                colours->setProperty(roleName, palette.color(group, role));
+        }
+    }
+}
+
+namespace {
+
+// Hands the application's palette to the window it watches each time that palette changes.
+class PaletteFollower : public QObject
+{
+public:
+    explicit PaletteFollower(QQuickWindow *window)
+        : QObject(window)
+        , m_window(window)
+    {
+        window->installEventFilter(this);
+    }
+
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (watched == m_window && event->type() == QEvent::ApplicationPaletteChange)
+            applyApplicationPalette(m_window);
+        return false;
+    }
+
+private:
+    QQuickWindow *m_window;
+};
+
+} // namespace
+
+void followApplicationPalette(QQuickWindow *window)
+{
+    applyApplicationPalette(window);
+    new PaletteFollower(window);
 }

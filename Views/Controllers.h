@@ -17,3 +17,13 @@ enum class Appearance { Light, Dark };
 /// Draws the screens in the given appearance from now on, by changing the application's palette (the
 /// screens take their colours from it). Call after useVelloranStyle.
 void useAppearance(Appearance appearance);
+
+class QQuickWindow;
+
+/// Gives the controls of `window` the application's palette, now and whenever it changes. Qt Quick
+/// Controls take their colours from the window's palette, which Qt 6.4 does not update when the
+/// application's palette is set (only when the desktop's theme changes).
+void followApplicationPalette(QQuickWindow *window);
+
+/// Gives the controls of `window` the application's palette once.
+void applyApplicationPalette(QQuickWindow *window);

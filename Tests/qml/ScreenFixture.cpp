@@ -202,6 +202,7 @@ QString ScreenFixture::screenshot(QQuickItem *item, const QString &name)
     // window is white of its own).
     const QColor testBackground = window->color();
     const auto grab = [window](const QString &file) {
+        applyApplicationPalette(window);
         window->setColor(QGuiApplication::palette().color(QPalette::Window));
         return window->grabWindow().save(file);
     };
@@ -210,6 +211,7 @@ QString ScreenFixture::screenshot(QQuickItem *item, const QString &name)
     useAppearance(Appearance::Dark);
     const bool dark = grab(folder + u'/' + name + u"-dark.png"_s);
     useAppearance(Appearance::Light);
+    applyApplicationPalette(window);
     window->setColor(testBackground);
     return light && dark ? path : QString();
 }
