@@ -3,6 +3,7 @@
 //
 // VelloranApp owns the QGuiApplication, so this test brings its own main() instead of QTEST_MAIN.
 
+#include "Controllers.h"
 #include "Exporter.h"
 #include "VelloranApp.h"
 
@@ -12,6 +13,7 @@
 #include <QGuiApplication>
 #include <QIcon>
 #include <QImage>
+#include <QPalette>
 #include <QQuickItem>
 #include <QQuickView>
 #include <QScreen>
@@ -70,6 +72,22 @@ private slots:
         QCOMPARE(root->property("screen").toString(), u"picker"_s);
         QCOMPARE(root->property("migrator").value<QObject *>()->metaObject()->className(), "Migrator");
         QCOMPARE(root->property("exporter").value<QObject *>()->metaObject()->className(), "Exporter");
+    }
+
+    // The screens' controls take the application's palette when it changes (the dark appearance and back).
+    void controlsFollowTheApplicationsPalette()
+    {
+        const auto windowColour = [this] {
+            QObject *palette = m_window->rootObject()->property("palette").value<QObject *>();
+            return palette ? palette->property("window").value<QColor>() : QColor();
+        };
+        const QColor light = windowColour();
+        QVERIFY(light.isValid());
+        useAppearance(Appearance::Dark);
+        QCOMPARE(windowColour(), QGuiApplication::palette().color(QPalette::Window));
+        QVERIFY(windowColour().lightness() < 100);
+        useAppearance(Appearance::Light);
+        QCOMPARE(windowColour(), light);
     }
 
     void windowHasTheApplicationIcon()

@@ -1,5 +1,7 @@
 #pragma once
 
+class QQuickWindow;
+
 /// Makes the tasks that the controllers hand to QML (QCoro's QmlTask) known to QML, so that the screens
 /// can wait for them with `.then()`. Migrator and Exporter themselves come with the module
 /// Velloran.Engine (tests build their own; the application hands its instances to WizardView). Call once,
@@ -17,8 +19,6 @@ enum class Appearance { Light, Dark };
 /// Draws the screens in the given appearance from now on, by changing the application's palette (the
 /// screens take their colours from it). Call after useVelloranStyle.
 void useAppearance(Appearance appearance);
-
-class QQuickWindow;
 
 /// Gives the controls of `window` the application's palette, now and whenever it changes. Qt Quick
 /// Controls take their colours from the window's palette, which Qt 6.4 does not update when the
