@@ -174,12 +174,13 @@ public:
         : QObject(window)
         , m_window(window)
     {
-        window->installEventFilter(this);
+        // The application object is told of each change of its palette.
+        qGuiApp->installEventFilter(this);
     }
 
     bool eventFilter(QObject *watched, QEvent *event) override
     {
-        if (watched == m_window && event->type() == QEvent::ApplicationPaletteChange)
+        if (watched == qGuiApp && event->type() == QEvent::ApplicationPaletteChange)
             applyApplicationPalette(m_window);
         return false;
     }
