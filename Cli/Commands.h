@@ -26,7 +26,7 @@ void addMigrationCommands(CLI::App &app, int &exitCode);
 /// to-markdown
 void addExportCommands(CLI::App &app, int &exitCode);
 
-/// folders
+/// folders, doctor
 void addNotesCommands(CLI::App &app, int &exitCode);
 
 /// migrate, export, round-trip: whole runs of the migration and export controllers

@@ -1,9 +1,11 @@
 // folders: what Apple Notes holds, read through the same bridge as the application's export.
+// doctor: whether Velloran can reach Apple Notes at all, and what to do when it cannot.
 
 #include "CliIo.h"
 #include "Commands.h"
 
 #include "Exporter.h"
+#include "NotesAccess.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -36,6 +38,15 @@ int listFolders(bool json)
     return 0;
 }
 
+/// The permission check on one screen, as the application's start screen shows it: exit status 0 when
+/// Notes answered, 1 otherwise.
+int doctor()
+{
+    const NotesAccess::Check check = QCoro::waitFor(NotesAccess::check());
+    CliIo::out(outcomeText(NotesAccess::outcomeOf(check)));
+    return check.ok() ? 0 : 1;
+}
+
 } // namespace
 
 void addNotesCommands(CLI::App &app, int &exitCode)
@@ -49,4 +60,11 @@ void addNotesCommands(CLI::App &app, int &exitCode)
         CliIo::helpText(
             QT_TRANSLATE_NOOP("Velloran", "Print them as one JSON array instead (a failure as {\"error\": MESSAGE})")));
     folders->callback([json, &exitCode] { exitCode = listFolders(*json); });
+
+    CLI::App *doctorCommand = app.add_subcommand("doctor",
+        CliIo::helpText(QT_TRANSLATE_NOOP("Velloran",
+            "Check that Velloran can reach Apple Notes: whether osascript is there, whether Automation for "
+            "Notes is granted (and if not, where to grant it and how to be asked again), and how many folders "
+            "and notes Notes shows. Reads nothing but those numbers. Exit status: 0 all is well, 1 otherwise.")));
+    doctorCommand->callback([&exitCode] { exitCode = doctor(); });
 }

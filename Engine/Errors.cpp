@@ -20,11 +20,16 @@ QString RunStopped::errorDescription() const
     return QCoreApplication::translate("Velloran", "stopped before Notes answered");
 }
 
+QString automationPermissionText()
+{
+    return QCoreApplication::translate(
+        "Velloran", "Permission needed: System Settings → Privacy & Security → Automation → Velloran → Notes");
+}
+
 QString ScriptError::errorDescription() const
 {
     // Notes refuses Apple events from an app the user has not allowed under Automation with -1743.
     if (m_message.contains(u"-1743"))
-        return QCoreApplication::translate(
-            "Velloran", "Permission needed: System Settings → Privacy & Security → Automation → Velloran → Notes");
+        return automationPermissionText();
     return QCoreApplication::translate("Velloran", "Apple Notes error: %1").arg(m_message);
 }

@@ -66,6 +66,9 @@ private:
     QString m_message;
 };
 
+/// What a refusal of Automation (-1743) is shown as: where in System Settings to grant it.
+QString automationPermissionText();
+
 /// The user-facing text of any exception: an engine error's own description, otherwise the exception's
 /// what() read as UTF-8.
 QString errorDescription(const std::exception &error);

@@ -331,6 +331,56 @@ void Exporter::setFavouriteFolder(const QVariant &folder)
     setFavourite(url.isEmpty() ? std::nullopt : std::optional<QUrl>(url));
 }
 
+namespace {
+
+/// Each export option with the key it is remembered under.
+struct RememberedOption
+{
+    const QString &key;
+    bool NotesExporter::ExportOptions::*option;
+};
+
+const RememberedOption rememberedOptions[] = {
+    { Exporter::imagesAsFilesKey, &NotesExporter::ExportOptions::imagesAsFiles },
+    { Exporter::keepDatesKey, &NotesExporter::ExportOptions::dates },
+    { Exporter::noteLinksKey, &NotesExporter::ExportOptions::noteLinks },
+    { Exporter::headingsKey, &NotesExporter::ExportOptions::headings },
+    { Exporter::updateExportKey, &NotesExporter::ExportOptions::update },
+};
+
+} // namespace
+
+void Exporter::setExportOptions(const NotesExporter::ExportOptions &options)
+{
+    if (m_exportOptions == options)
+        return;
+    m_exportOptions = options;
+    emit exportOptionsChanged();
+}
+
+void Exporter::setOption(bool NotesExporter::ExportOptions::*option, bool on)
+{
+    NotesExporter::ExportOptions options = m_exportOptions;
+    options.*option = on;
+    setExportOptions(options);
+}
+
+void Exporter::restoreExportOptions()
+{
+    const QSettings settings;
+    NotesExporter::ExportOptions options;
+    for (const RememberedOption &remembered : rememberedOptions)
+        options.*remembered.option = settings.value(remembered.key, false).toBool();
+    setExportOptions(options);
+}
+
+void Exporter::rememberExportOptions() const
+{
+    QSettings settings;
+    for (const RememberedOption &remembered : rememberedOptions)
+        settings.setValue(remembered.key, m_exportOptions.*remembered.option);
+}
+
 QVariant Exporter::favouriteFolderValue() const
 {
     const std::optional<QUrl> folder = favouriteFolder();

@@ -39,11 +39,23 @@ class Exporter : public RunProgress
     Q_PROPERTY(QVariant errorMessage READ errorMessageValue NOTIFY errorMessageChanged)
     /// The favourite output folder (a file url), or undefined. Read from the settings on every read.
     Q_PROPERTY(QVariant favouriteFolder READ favouriteFolderValue NOTIFY favouriteFolderChanged)
+    // The options of the next exports (NotesExporter::ExportOptions), one per checkbox of the export screen.
+    Q_PROPERTY(bool imagesAsFiles READ imagesAsFiles WRITE setImagesAsFiles NOTIFY exportOptionsChanged)
+    Q_PROPERTY(bool keepDates READ keepDates WRITE setKeepDates NOTIFY exportOptionsChanged)
+    Q_PROPERTY(bool noteLinks READ noteLinks WRITE setNoteLinks NOTIFY exportOptionsChanged)
+    Q_PROPERTY(bool headings READ headings WRITE setHeadings NOTIFY exportOptionsChanged)
+    Q_PROPERTY(bool updateExport READ updateExport WRITE setUpdateExport NOTIFY exportOptionsChanged)
 
 public:
     /// Settings key; QSettings stores "velloran/favouriteExportFolder" as velloran.favouriteExportFolder
     /// in the macOS user defaults.
     static inline const QString favouriteKey = QStringLiteral("velloran/favouriteExportFolder");
+    /// Settings keys of the remembered export options, beside the favourite folder.
+    static inline const QString imagesAsFilesKey = QStringLiteral("velloran/exportImagesAsFiles");
+    static inline const QString keepDatesKey = QStringLiteral("velloran/exportKeepDates");
+    static inline const QString noteLinksKey = QStringLiteral("velloran/exportNoteLinks");
+    static inline const QString headingsKey = QStringLiteral("velloran/exportHeadings");
+    static inline const QString updateExportKey = QStringLiteral("velloran/exportUpdate");
 
     explicit Exporter(QObject *parent = nullptr);
     ~Exporter() override;
@@ -78,7 +90,23 @@ public:
     QCoro::Task<> exportNotes(QStringList selectedFolders, QUrl to);
     /// What the next exports do beyond the plain export; none of it unless set.
     const NotesExporter::ExportOptions &exportOptions() const { return m_exportOptions; }
-    void setExportOptions(const NotesExporter::ExportOptions &options) { m_exportOptions = options; }
+    void setExportOptions(const NotesExporter::ExportOptions &options);
+    bool imagesAsFiles() const { return m_exportOptions.imagesAsFiles; }
+    void setImagesAsFiles(bool on) { setOption(&NotesExporter::ExportOptions::imagesAsFiles, on); }
+    bool keepDates() const { return m_exportOptions.dates; }
+    void setKeepDates(bool on) { setOption(&NotesExporter::ExportOptions::dates, on); }
+    bool noteLinks() const { return m_exportOptions.noteLinks; }
+    void setNoteLinks(bool on) { setOption(&NotesExporter::ExportOptions::noteLinks, on); }
+    bool headings() const { return m_exportOptions.headings; }
+    void setHeadings(bool on) { setOption(&NotesExporter::ExportOptions::headings, on); }
+    bool updateExport() const { return m_exportOptions.update; }
+    void setUpdateExport(bool on) { setOption(&NotesExporter::ExportOptions::update, on); }
+    /// Sets the options to those stored in the settings; an option never stored is off. The export screen
+    /// does this when it shows, so that its checkboxes come back as the user left them; the command line
+    /// never does.
+    Q_INVOKABLE void restoreExportOptions();
+    /// Stores the options in the settings, each under its key.
+    Q_INVOKABLE void rememberExportOptions() const;
     /// exportNotes for QML, which can wait for it with `.then()`.
     Q_INVOKABLE QCoro::QmlTask exportFolders(const QStringList &selectedFolders, const QUrl &to);
     /// The choices, among `selection`, that are neither a label nor a name of the folders last loaded.
@@ -94,8 +122,9 @@ public:
     /// folders of a name (compared case-insensitively), the name and " (2)", " (3)"…, skipping any that
     /// another folder's name or an earlier choice holds.
     static QStringList subfolderNames(const QList<NotesExporter::FolderEntry> &folders);
-    /// Clears the outcome of a finished export.
-    Q_INVOKABLE void reset();
+    /// Clears the outcome of a finished export. Virtual so that the wizard's screen tests can see the
+    /// screens ask.
+    Q_INVOKABLE virtual void reset();
     /// Asks a running export to stop after the note being written; the result then covers what was done.
     /// A request while the notes are still being read takes effect before the first note is written.
     /// A script reading from Notes that has not ended within the grace period is killed.
@@ -109,12 +138,16 @@ signals:
     void resultChanged();
     void errorMessageChanged();
     void favouriteFolderChanged();
+    void exportOptionsChanged();
+
+protected:
+    void setResult(std::optional<NotesExporter::Result> result);
 
 private:
     void setAvailableFolders(const QStringList &folders) { m_availableFolders = folders; }
     void setLoadingFolders(bool loading) { m_isLoadingFolders = loading; }
-    void setResult(std::optional<NotesExporter::Result> result);
     void setErrorMessage(std::optional<QString> message) { m_errorMessage = std::move(message); }
+    void setOption(bool NotesExporter::ExportOptions::*option, bool on);
 
     // Each announces a change, and only a change, through its signal.
     Q_OBJECT_BINDABLE_PROPERTY(Exporter, QStringList, m_availableFolders, &Exporter::availableFoldersChanged)

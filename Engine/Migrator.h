@@ -78,7 +78,8 @@ public:
 
     /// Sets or clears the published report (going home clears it).
     void setReport(std::optional<Report> report);
-    Q_INVOKABLE void clearReport() { setReport(std::nullopt); }
+    // clearReport and requestStop are virtual so that the wizard's screen tests can see the screens ask.
+    Q_INVOKABLE virtual void clearReport() { setReport(std::nullopt); }
 
     /// Runs one migration of `analysis`, scanned from `vault`. Does not throw: every failure ends up in
     /// the report. Awaiting it waits for the run to end.
@@ -87,7 +88,7 @@ public:
     /// Asks a running migration to stop after the note in flight; the report then covers what was done.
     /// A script that has not ended within the grace period is killed, and its note is reported as
     /// stopped.
-    Q_INVOKABLE void requestStop();
+    Q_INVOKABLE virtual void requestStop();
     /// How long a script in flight may go on after a stop request (five seconds unless set).
     void setStopGracePeriod(std::chrono::milliseconds grace) { m_stopGrace = grace; }
 

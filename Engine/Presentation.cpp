@@ -242,20 +242,34 @@ QJsonValue jsonValue(const QVariant &value)
     return value.toLongLong();
 }
 
+/// `value` as a `Json` (compact text or a tree): a gadget through `ofGadget(type, data)`, a list item by
+/// item through `ofList(items)`, anything else through `ofScalar(value)`.
+template<typename Json, typename OfGadget, typename OfList, typename OfScalar>
+Json asJson(const QVariant &value, OfGadget ofGadget, OfList ofList, OfScalar ofScalar)
+{
+    if (holdsGadget(value))
+        return ofGadget(*value.metaType().metaObject(), value.constData());
+    if (value.metaType() == QMetaType::fromType<QVariantList>())
+        return ofList(value.toList());
+    return ofScalar(value);
+}
+
 /// One property value as compact JSON, with the properties of a gadget in declaration order.
 QByteArray compactValue(const QVariant &value)
 {
-    if (holdsGadget(value))
-        return compactJson(*value.metaType().metaObject(), value.constData());
-    if (value.metaType() == QMetaType::fromType<QVariantList>()) {
-        QByteArrayList items;
-        for (const QVariant &item : value.toList())
-            items.append(compactValue(item));
-        return '[' + items.join(',') + ']';
-    }
-    // Through QJsonDocument, for the same escaping and number format everywhere.
-    const QByteArray array = QJsonDocument(QJsonArray { jsonValue(value) }).toJson(QJsonDocument::Compact);
-    return array.mid(1, array.size() - 2);
+    return asJson<QByteArray>(
+        value, [](const QMetaObject &type, const void *gadget) { return compactJson(type, gadget); },
+        [](const QVariantList &list) {
+            QByteArrayList items;
+            for (const QVariant &item : list)
+                items.append(compactValue(item));
+            return '[' + items.join(',') + ']';
+        },
+        [](const QVariant &scalar) {
+            // Through QJsonDocument, for the same escaping and number format everywhere.
+            const QByteArray array = QJsonDocument(QJsonArray { jsonValue(scalar) }).toJson(QJsonDocument::Compact);
+            return array.mid(1, array.size() - 2);
+        });
 }
 
 QJsonObject jsonObject(const QMetaObject &type, const void *gadget);
@@ -263,15 +277,15 @@ QJsonObject jsonObject(const QMetaObject &type, const void *gadget);
 /// One property value as a JSON tree: a gadget as an object, a list as an array.
 QJsonValue jsonTree(const QVariant &value)
 {
-    if (holdsGadget(value))
-        return jsonObject(*value.metaType().metaObject(), value.constData());
-    if (value.metaType() == QMetaType::fromType<QVariantList>()) {
-        QJsonArray array;
-        for (const QVariant &item : value.toList())
-            array.append(jsonTree(item));
-        return array;
-    }
-    return jsonValue(value);
+    return asJson<QJsonValue>(
+        value, jsonObject,
+        [](const QVariantList &list) {
+            QJsonArray array;
+            for (const QVariant &item : list)
+                array.append(jsonTree(item));
+            return array;
+        },
+        jsonValue);
 }
 
 /// A gadget as a JSON object, whose keys come out sorted.

@@ -78,6 +78,8 @@ struct AnalysisSummary
     Q_PROPERTY(qint64 unreadableFiles MEMBER unreadableFiles)
     Q_PROPERTY(qint64 unreadableFolders MEMBER unreadableFolders)
 
+    friend bool operator==(const AnalysisSummary &, const AnalysisSummary &) = default;
+
 public:
     qint64 notes = 0;
     qint64 folders = 0;
@@ -90,8 +92,6 @@ public:
     qint64 titlesRenamed = 0;
     qint64 unreadableFiles = 0;
     qint64 unreadableFolders = 0;
-
-    friend bool operator==(const AnalysisSummary &, const AnalysisSummary &) = default;
 };
 
 AnalysisSummary summaryOf(const VaultAnalysis &analysis);

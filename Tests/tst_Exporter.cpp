@@ -204,6 +204,50 @@ private slots:
         QCOMPARE(exporter.favouriteFolder(), std::optional<QUrl>(QUrl::fromLocalFile(u"/tmp/x"_s)));
     }
 
+    // The export screen's options are remembered beside the favourite folder, each under its own key; a
+    // new controller starts with all of them off until they are restored.
+    void exportOptionsAreRememberedUnderTheirKeys()
+    {
+        const QStringList keys = { u"velloran/exportImagesAsFiles"_s, u"velloran/exportKeepDates"_s,
+            u"velloran/exportNoteLinks"_s, u"velloran/exportHeadings"_s, u"velloran/exportUpdate"_s };
+        QCOMPARE((QStringList { Exporter::imagesAsFilesKey, Exporter::keepDatesKey, Exporter::noteLinksKey,
+                     Exporter::headingsKey, Exporter::updateExportKey }),
+            keys);
+        for (const QString &key : keys)
+            QSettings().remove(key);
+
+        Exporter exporter;
+        QCOMPARE(exporter.exportOptions(), NotesExporter::ExportOptions());
+        QSignalSpy changed(&exporter, &Exporter::exportOptionsChanged);
+        exporter.restoreExportOptions();
+        QCOMPARE(changed.size(), 0);
+        QVERIFY(exporter.setProperty("keepDates", true));
+        QVERIFY(exporter.setProperty("updateExport", true));
+        QVERIFY(exporter.setProperty("updateExport", true));
+        QCOMPARE(changed.size(), 2);
+        NotesExporter::ExportOptions expected;
+        expected.dates = true;
+        expected.update = true;
+        QCOMPARE(exporter.exportOptions(), expected);
+        QVERIFY(!QSettings().contains(Exporter::keepDatesKey));
+
+        exporter.rememberExportOptions();
+        QCOMPARE(QSettings().value(u"velloran/exportKeepDates"_s).toBool(), true);
+        QCOMPARE(QSettings().value(u"velloran/exportUpdate"_s).toBool(), true);
+        QCOMPARE(QSettings().value(u"velloran/exportImagesAsFiles"_s).toBool(), false);
+        QCOMPARE(QSettings().value(u"velloran/exportNoteLinks"_s).toBool(), false);
+        QCOMPARE(QSettings().value(u"velloran/exportHeadings"_s).toBool(), false);
+
+        Exporter later;
+        QCOMPARE(later.exportOptions(), NotesExporter::ExportOptions());
+        later.restoreExportOptions();
+        QCOMPARE(later.exportOptions(), expected);
+        QCOMPARE(later.property("keepDates").toBool(), true);
+        QCOMPARE(later.property("headings").toBool(), false);
+        for (const QString &key : keys)
+            QSettings().remove(key);
+    }
+
     void loadFolders()
     {
         fixture->seed(library);

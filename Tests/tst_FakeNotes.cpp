@@ -1,6 +1,7 @@
 // Tests of fake-osascript, the stand-in for osascript and Apple Notes: its terminal commands, the five
 // programs it knows, its output and error forms, its switches and its library file.
 
+#include "NotesAccess_p.h"
 #include "NotesBridge_p.h"
 #include "NotesExporter_p.h"
 #include "NotesFixture.h"
@@ -283,6 +284,8 @@ private slots:
         QTest::addRow("list folder details") << detailsProgram() << QStringList() << u"list-folder-details"_s;
         QTest::addRow("read folder by id")
             << readByIdProgram() << QStringList { folderId(u"0-1"_s) } << u"read-folder-by-id"_s;
+        QTest::addRow("count folders and notes")
+            << NotesAccess::countProgram.toString() << QStringList() << u"count-folders-and-notes"_s;
     }
 
     void knowsVelloransPrograms()
@@ -483,6 +486,27 @@ private slots:
         QCOMPARE(run.err,
             executionError(
                 path, detailsProgram(), u"folders"_s, u"Not authorized to send Apple events to Notes. (-1743)"_s));
+    }
+
+    // Every folder of every account at any depth, and every note; a refusal like every other program's.
+    void countsFoldersAndNotes()
+    {
+        const QString program = NotesAccess::countProgram.toString();
+        QCOMPARE(script(program, {}).out, QByteArray("0 0\n"));
+        fixture->seed(twoAccounts);
+        Run run = script(program, {});
+        QCOMPARE(run.err, QByteArray());
+        QCOMPARE(run.status, 0);
+        QCOMPARE(run.out, QByteArray("5 3\n"));
+
+        qputenv("VELLORAN_FAKE_NOTES_DENY", "1");
+        QString path;
+        run = script(program, {}, &path);
+        QCOMPARE(run.status, 1);
+        QCOMPARE(run.out, QByteArray());
+        QCOMPARE(run.err,
+            executionError(
+                path, program, u"count of folders"_s, u"Not authorized to send Apple events to Notes. (-1743)"_s));
     }
 
     void olderNotesCompilesOnlyThePlainPrograms()

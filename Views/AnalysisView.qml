@@ -2,6 +2,7 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
 import Velloran
+import Velloran.Engine
 
 // What a scanned Markdown folder holds, and what will happen to each kind of content, before anything is
 // written; the migration starts here.
@@ -13,7 +14,7 @@ Item {
     // The scanned folder's url.
     property var vault
     // The Migrator that runs the migration.
-    property QtObject migrator
+    property Migrator migrator
     // Holds the analysis itself and starts the migration with it.
     property WizardController controller
 

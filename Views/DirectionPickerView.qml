@@ -3,11 +3,17 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Velloran
 
-// The first screen: pick a direction. `pick` carries a MigrationDirection value.
+// The first screen: pick a direction. `pick` carries a MigrationDirection value. While Notes has refused
+// Automation (permissionNeeded), the permission check takes the cards' place until it finds all well.
 Item {
     id: picker
 
+    property bool permissionNeeded: false
+    readonly property Item permissionPanel: permissionLoader.item
+
     signal pick(int direction)
+    // The permission check found all well and the user went on: the cards may come back.
+    signal permissionGranted()
 
     // One direction card: a plain button around the symbol, the title and the subtitle.
     component DirectionCard: AbstractButton {
@@ -56,7 +62,28 @@ Item {
         }
     }
 
+    Loader {
+        id: permissionLoader
+
+        anchors.fill: parent
+        anchors.margins: 24
+        active: picker.permissionNeeded
+        sourceComponent: ScrollView {
+            id: permissionScroller
+
+            objectName: "permissionCheck"
+            contentWidth: availableWidth
+
+            PermissionPanel {
+                objectName: "permissionPanel"
+                width: permissionScroller.availableWidth
+                onDismissed: picker.permissionGranted()
+            }
+        }
+    }
+
     ColumnLayout {
+        visible: !picker.permissionNeeded
         anchors.centerIn: parent
         spacing: 14
 

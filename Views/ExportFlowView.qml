@@ -4,13 +4,14 @@ import QtQuick.Dialogs
 import QtQuick.Layouts
 import QtQuick.Window
 import Velloran
+import Velloran.Engine
 
 // The Notes-to-Markdown direction in one screen: the setup, the progress of a run and its result.
 Item {
     id: flow
 
     // The shared Exporter.
-    property QtObject exporter
+    property Exporter exporter
     // Notes folder names ticked by the user, in the order ticked.
     property var selectedFolders: []
     property bool exportAll: true
@@ -46,17 +47,25 @@ Item {
         selectedFolders = on ? rest.concat([name]) : rest
     }
 
-    // Offers the favourite folder when it still exists, and asks Notes for its folders.
+    // Offers the favourite folder when it still exists, brings back the options as they were left, and
+    // asks Notes for its folders.
     function setupShown() {
         // The screen may outlive its exporter while the window closes.
         if (!exporter)
             return
+        exporter.restoreExportOptions()
         if (destination === undefined && exporter.favouriteFolder !== undefined
                 && Folders.exists(exporter.favouriteFolder)) {
             destination = exporter.favouriteFolder
             rememberFavourite = true
         }
         exporter.loadFolderList()
+    }
+
+    // One of the export options (an Exporter property), remembered at once for the next time.
+    function setOption(name, on) {
+        exporter[name] = on
+        exporter.rememberExportOptions()
     }
 
     function runExport() {
@@ -328,6 +337,59 @@ Item {
                             font.pixelSize: Theme.callout
                             checked: flow.rememberFavourite
                             onToggled: flow.rememberFavourite = checked
+                        }
+                    }
+                }
+
+                ColumnLayout {
+                    objectName: "exportOptions"
+                    spacing: 2
+                    Layout.fillWidth: true
+                    Layout.leftMargin: 28
+                    Layout.rightMargin: 28
+
+                    Label {
+                        text: qsTr("Options")
+                        font.pixelSize: Theme.caption
+                        font.weight: Font.DemiBold
+                        color: Theme.secondary
+                    }
+                    // As many to a line as fit, so that the start button stays in the window.
+                    Flow {
+                        Layout.fillWidth: true
+
+                        Repeater {
+                            // Each option: the Exporter property it sets, and its label.
+                            model: [
+                                { "option": "imagesAsFiles", "label": qsTr("Save images as files") },
+                                { "option": "keepDates", "label": qsTr("Keep dates") },
+                                { "option": "noteLinks", "label": qsTr("Links between notes") },
+                                { "option": "headings", "label": qsTr("Headings from Notes’ styles") },
+                                { "option": "updateExport", "label": qsTr("Update a previous export") }
+                            ]
+
+                            CheckBox {
+                                required property var modelData
+
+                                objectName: modelData.option + "Option"
+                                text: modelData.label
+                                function shown() {
+                                    return flow.exporter?.[modelData.option] ?? false
+                                }
+
+                                checked: shown()
+                                font.pixelSize: Theme.callout
+                                topPadding: 3
+                                bottomPadding: 3
+                                // The room between options on a line; Flow's spacing would part the lines too.
+                                rightPadding: 16
+                                // Toggling replaces the binding with the value: bound again, the box follows
+                                // the controller, whose options another screen may restore.
+                                onToggled: {
+                                    flow.setOption(modelData.option, checked)
+                                    checked = Qt.binding(shown)
+                                }
+                            }
                         }
                     }
                 }

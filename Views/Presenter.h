@@ -7,9 +7,8 @@
 #include <QtQml/qqmlregistration.h>
 
 /// What the report, result and analysis screens show, for QML: the engine's texts, worked out from the
-/// value that a screen was given. That value is the controller's own (a Migrator::Report, a
-/// NotesExporter::Result, a Presentation::AnalysisSummary) or, where a screen is shown on its own, an
-/// object with the same fields by name; fields it leaves out keep their initial values.
+/// value that a screen was given: the controller's own Migrator::Report, NotesExporter::Result or
+/// Presentation::AnalysisSummary.
 class Presenter : public QObject
 {
     Q_OBJECT

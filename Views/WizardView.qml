@@ -4,6 +4,7 @@ import QtQuick.Dialogs
 import QtQuick.Layouts
 import QtQuick.Window
 import Velloran
+import Velloran.Engine
 
 // The root screen: a header, a divider, and the screen that the wizard's state and the controllers'
 // published state call for.
@@ -11,12 +12,16 @@ Pane {
     id: wizard
 
     // The shared controllers (a Migrator and an Exporter).
-    required property QtObject migrator
-    required property QtObject exporter
+    required property Migrator migrator
+    required property Exporter exporter
 
     // A MigrationDirection value, or undefined until the user picks one.
     property var direction: undefined
     property bool dropTargeted: false
+    // Notes refused Automation before it had ever answered: the picker shows the permission check.
+    property bool permissionNeeded: false
+    // Notes has answered once in this session; a later refusal stays on the screen it happened on.
+    property bool notesAnswered: false
     // Room above the header for the window buttons where the title bar is hidden.
     property real titleBarInset: 0
 
@@ -49,6 +54,22 @@ Pane {
         exporter.reset()
     }
 
+    // The end of an exchange with Notes ("answered", "refused" or "failed"): a refusal before Notes ever
+    // answered takes the user back to the start, where the permission check says what to do.
+    function notesExchanged(outcome) {
+        if (notesAnswered || outcome === "failed")
+            return
+        if (outcome === "answered") {
+            notesAnswered = true
+            return
+        }
+        // After the signal that told of it: going home destroys the screen that started the exchange.
+        Qt.callLater(() => {
+            goHome()
+            permissionNeeded = true
+        })
+    }
+
     function pickFolder() {
         folderPanel.open()
         // The import panel has no message; clears one left on a reused native panel.
@@ -63,6 +84,32 @@ Pane {
 
     WizardController {
         id: wizardController
+    }
+
+    // Tells a refusal of Automation from other failures.
+    PermissionCheck {
+        id: notesAccess
+    }
+
+    Connections {
+        target: wizard.exporter
+
+        function onIsLoadingFoldersChanged() {
+            if (wizard.exporter.isLoadingFolders)
+                return
+            const error = wizard.exporter.errorMessage
+            wizard.notesExchanged(error === undefined ? "answered" : notesAccess.isRefusal(error) ? "refused" : "failed")
+        }
+    }
+
+    Connections {
+        target: wizard.migrator
+
+        function onReportChanged() {
+            // Any migration report but a refusal counts as an answer: a later refusal shows on its own report.
+            if (wizard.migrator.report !== undefined)
+                wizard.notesExchanged(notesAccess.refusedMigration(wizard.migrator.report) ? "refused" : "answered")
+        }
     }
 
     FolderDialog {
@@ -151,7 +198,12 @@ Pane {
 
         DirectionPickerView {
             objectName: "directionPicker"
+            permissionNeeded: wizard.permissionNeeded
             onPick: direction => wizard.direction = direction
+            onPermissionGranted: {
+                wizard.notesAnswered = true
+                wizard.permissionNeeded = false
+            }
         }
     }
 

@@ -153,6 +153,8 @@ public:
             return listFolderDetails();
         case Program::readFolderById:
             return readFolderById();
+        case Program::countFoldersAndNotes:
+            return countFoldersAndNotes();
         }
         return std::nullopt;
     }
@@ -282,6 +284,13 @@ private:
                 + fieldSep + stripSeps(folder.parent) + recordSep;
         }
         return out;
+    }
+
+    /// Every folder of every account at every depth, as the folder lists name them, and every note.
+    QString countFoldersAndNotes()
+    {
+        tellNotes(u"count of folders"_s);
+        return u"%1 %2"_s.arg(m_store.folderNames().size()).arg(m_store.noteCount());
     }
 
     /// The folder read by its id: an error when there is none, bodies without separators.

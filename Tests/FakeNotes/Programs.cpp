@@ -155,8 +155,18 @@ constexpr char readFolderByIdText[] = R"as(on run argv
 end run
 )as";
 
-constexpr Program allPrograms[] = { Program::ensureFolder, Program::ensureSubfolder, Program::createNote,
-    Program::listFolders, Program::readFolder, Program::listFolderDetails, Program::readFolderById };
+constexpr char countFoldersAndNotesText[] = R"as(on run argv
+    tell application "Notes"
+        set folderCount to count of folders
+        set noteCount to count of notes
+    end tell
+    return (folderCount as text) & " " & (noteCount as text)
+end run
+)as";
+
+constexpr Program allPrograms[]
+    = { Program::ensureFolder, Program::ensureSubfolder, Program::createNote, Program::listFolders, Program::readFolder,
+          Program::listFolderDetails, Program::readFolderById, Program::countFoldersAndNotes };
 
 QString expand(const char *text)
 {
@@ -185,6 +195,8 @@ QString text(Program program)
         return expand(listFolderDetailsText) + expand(stripSepsText);
     case Program::readFolderById:
         return expand(readFolderByIdText) + expand(stripSepsText);
+    case Program::countFoldersAndNotes:
+        return expand(countFoldersAndNotesText);
     }
     return QString();
 }
@@ -206,6 +218,8 @@ QString name(Program program)
         return u"list-folder-details"_s;
     case Program::readFolderById:
         return u"read-folder-by-id"_s;
+    case Program::countFoldersAndNotes:
+        return u"count-folders-and-notes"_s;
     }
     return QString();
 }

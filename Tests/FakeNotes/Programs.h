@@ -4,7 +4,7 @@
 
 #include <optional>
 
-/// The AppleScript programs that fake-osascript understands: Velloran's seven, held here as a copy of
+/// The AppleScript programs that fake-osascript understands: Velloran's own, held here as a copy of
 /// their own, so that a script that changed by one byte on Velloran's side no longer matches.
 namespace FakePrograms {
 
@@ -18,6 +18,8 @@ enum class Program {
     listFolderDetails,
     /// Reads one folder picked by its id.
     readFolderById,
+    /// Counts the folders and notes (the permission check).
+    countFoldersAndNotes,
 };
 
 /// Whether `program` is one that an older Notes might not compile (see VELLORAN_FAKE_NOTES_OLD_NOTES).
@@ -27,7 +29,8 @@ bool isNewer(Program program);
 QString text(Program program);
 
 /// The name under which runs of `program` are logged: "ensure-folder", "ensure-subfolder",
-/// "create-note", "list-folders", "read-folder", "list-folder-details" or "read-folder-by-id".
+/// "create-note", "list-folders", "read-folder", "list-folder-details", "read-folder-by-id" or
+/// "count-folders-and-notes".
 QString name(Program program);
 
 /// The program whose text is exactly `script`, if any.

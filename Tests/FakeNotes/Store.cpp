@@ -424,6 +424,12 @@ QList<Note> Store::notes(const StoredFolder &folder)
     return notes;
 }
 
+qint64 Store::noteCount()
+{
+    QSqlQuery &found = query("SELECT COUNT(*) FROM note", {});
+    return found.next() ? found.value(0).toLongLong() : 0;
+}
+
 QStringList Store::folderNames()
 {
     QSqlQuery &found = query("SELECT name FROM folder ORDER BY place", {});

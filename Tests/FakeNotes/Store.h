@@ -94,6 +94,8 @@ public:
     void addNote(const StoredFolder &folder, const Note &note);
     /// The notes of `folder`, in order; their attachments are left out.
     QList<Note> notes(const StoredFolder &folder);
+    /// How many notes all folders hold together.
+    qint64 noteCount();
 
     /// The names of every folder, in depth-first order.
     QStringList folderNames();

@@ -32,8 +32,8 @@ A stand-in for /usr/bin/osascript talking to Apple Notes. Point Velloran at it w
 VELLORAN_OSASCRIPT=/path/to/fake-osascript, and give it a library with VELLORAN_FAKE_NOTES.
 
 Running a script
-  It runs Velloran's seven AppleScript programs (ensure folder, ensure subfolder, create note, list
-  folders, read folder, list folder details, read folder by id), recognised by their exact text. Any other script fails like a compile error,
+  It runs Velloran's eight AppleScript programs (ensure folder, ensure subfolder, create note, list
+  folders, read folder, list folder details, read folder by id, count folders and notes), recognised by their exact text. Any other script fails like a compile error,
   with exit status 1. The result goes to standard output followed by a line feed; an error goes to
   standard error in osascript's form, with exit status 1:
     SCRIPT-FILE:START:END: execution error: Notes got an error: Can’t get folder "X". (-1728)

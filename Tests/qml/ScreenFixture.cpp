@@ -1,6 +1,9 @@
 #include "ScreenFixture.h"
 
 #include "Controllers.h"
+#include "Migrator.h"
+#include "NotesExporter.h"
+#include "Presentation.h"
 
 #include <QDesktopServices>
 #include <QDir>
@@ -10,6 +13,7 @@
 #include <QGuiApplication>
 #include <QImage>
 #include <QJsonDocument>
+#include <QMetaProperty>
 #include <QPalette>
 #include <QProcess>
 #include <QQuickItem>
@@ -18,6 +22,41 @@
 #include <QtMath>
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+using Pairs = QList<std::pair<QString, QString>>;
+
+/// Pairs given as two-element lists.
+Pairs pairsFrom(const QVariantList &list)
+{
+    Pairs pairs;
+    for (const QVariant &item : list) {
+        const QStringList pair = item.toStringList();
+        pairs.append({ pair.value(0), pair.value(1) });
+    }
+    return pairs;
+}
+
+/// A Gadget whose properties are set from the fields of the same names in `fields`.
+template<typename Gadget> QVariant gadgetFrom(const QVariantMap &fields)
+{
+    Gadget gadget;
+    const QMetaObject &type = Gadget::staticMetaObject;
+    for (int i = type.propertyOffset(); i < type.propertyCount(); ++i) {
+        const QMetaProperty property = type.property(i);
+        const auto field = fields.constFind(QString::fromLatin1(property.name()));
+        if (field == fields.cend())
+            continue;
+        if (property.metaType() == QMetaType::fromType<Pairs>())
+            property.writeOnGadget(&gadget, QVariant::fromValue(pairsFrom(field->toList())));
+        else
+            property.writeOnGadget(&gadget, *field);
+    }
+    return QVariant::fromValue(gadget);
+}
+
+} // namespace
 
 ScreenFixture::ScreenFixture(QObject *parent)
     : QObject(parent)
@@ -30,6 +69,21 @@ ScreenFixture::~ScreenFixture()
 {
     QDesktopServices::unsetUrlHandler(u"notes"_s);
     QDesktopServices::unsetUrlHandler(u"file"_s);
+}
+
+QVariant ScreenFixture::migrationReport(const QVariantMap &fields) const
+{
+    return gadgetFrom<Migrator::Report>(fields);
+}
+
+QVariant ScreenFixture::exportResult(const QVariantMap &fields) const
+{
+    return gadgetFrom<NotesExporter::Result>(fields);
+}
+
+QVariant ScreenFixture::analysisSummary(const QVariantMap &fields) const
+{
+    return gadgetFrom<Presentation::AnalysisSummary>(fields);
 }
 
 QString ScreenFixture::makeDir()

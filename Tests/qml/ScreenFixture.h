@@ -9,6 +9,7 @@
 #include <QTemporaryDir>
 #include <QUrl>
 #include <QVariant>
+#include <QVariantMap>
 
 #include <memory>
 
@@ -24,6 +25,13 @@ class ScreenFixture : public QObject
 public:
     explicit ScreenFixture(QObject *parent = nullptr);
     ~ScreenFixture() override;
+
+    /// A migration report, an export result and an analysis summary, as the controllers publish them, with
+    /// the fields named in `fields` set and the others at their initial values: for the screens that are
+    /// shown on their own, and for controller stand-ins.
+    Q_INVOKABLE QVariant migrationReport(const QVariantMap &fields) const;
+    Q_INVOKABLE QVariant exportResult(const QVariantMap &fields) const;
+    Q_INVOKABLE QVariant analysisSummary(const QVariantMap &fields) const;
 
     /// A new, empty folder in the scratch area.
     Q_INVOKABLE QString makeDir();

@@ -54,7 +54,8 @@ Item {
         when: windowShown
 
         function show(analysis, vault) {
-            return createTemporaryObject(viewComponent, root, { "analysis": analysis, "vault": vault })
+            return createTemporaryObject(viewComponent, root, { "analysis": fixture.analysisSummary(analysis),
+                                                                "vault": vault })
         }
 
         function test_rowsWithoutTablesOrMissingImages() {

@@ -19,6 +19,9 @@ Item {
         ]
     })
 
+    // The Exporter properties behind the Options checkboxes, in screen order.
+    readonly property var options: ["imagesAsFiles", "keepDates", "noteLinks", "headings", "updateExport"]
+
     Component {
         id: exporterComponent
 
@@ -42,7 +45,7 @@ Item {
     TestCase {
         id: test
 
-        property QtObject exporter
+        property Exporter exporter
         property var flow
 
         name: "ExportFlowView"
@@ -61,6 +64,10 @@ Item {
             tryCompare(exporter, "isRunning", false, 30000)
             fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_DENY", "")
             fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_DELAY_MS", "")
+            // The next test starts with every option off, as a first start does.
+            for (const option of root.options)
+                exporter[option] = false
+            exporter.rememberExportOptions()
         }
 
         // Keeps Notes busy long enough that a load or run just started is still under way when the test
@@ -115,8 +122,16 @@ Item {
                 "Your notes are picked above — this is only the output folder.",
                 "Choose Folder…",
                 "Remember as favourite folder",
+                "Options",
+                "Save images as files",
+                "Keep dates",
+                "Links between notes",
+                "Headings from Notes’ styles",
+                "Update a previous export",
                 "Export to Markdown"
             ])
+            for (const option of root.options)
+                compare(findChild(flow.content, option + "Option").checked, false)
             compare(exportButton().enabled, false)
             verify(exportButton().icon.source.toString().endsWith("icons/arrow.up.doc.fill.svg"))
             // Disabled, the start button keeps a readable label on a pale fill.
@@ -147,6 +162,42 @@ Item {
             compare(exportButton().enabled, true)
             verify(Screens.filledWith(exportButton(), Theme.inkFill, Theme.textOnInk))
             verify(Screens.sameColor(exportButton().icon.color, Theme.textOnInk))
+        function optionBox(screen, option) {
+            return findChild(screen.content, option + "Option")
+        }
+
+        // Each checkbox sets its option on the controller, which hands the options to every export it
+        // runs; what was ticked is remembered and comes back with the next screen.
+        function test_options() {
+            loaded()
+            waitForRendering(flow)
+            for (const option of root.options)
+                compare(exporter[option], false)
+            mouseClick(optionBox(flow, "keepDates"))
+            mouseClick(optionBox(flow, "headings"))
+            compare(optionBox(flow, "keepDates").checked, true)
+            compare(optionBox(flow, "headings").checked, true)
+            compare(root.options.map(option => exporter[option]), [false, true, false, true, false])
+            fixture.screenshot(flow, "export-setup-options")
+
+            const later = createTemporaryObject(exporterComponent, test)
+            compare(later.keepDates, false)
+            const again = createTemporaryObject(flowComponent, root, { "exporter": later })
+            tryCompare(later, "isLoadingFolders", false, 30000)
+            compare(root.options.map(option => later[option]), [false, true, false, true, false])
+            compare(root.options.map(option => optionBox(again, option).checked), [false, true, false, true, false])
+
+            // Unticking is remembered too, and so is every other option.
+            waitForRendering(again)
+            mouseClick(optionBox(again, "keepDates"))
+            mouseClick(optionBox(again, "imagesAsFiles"))
+            mouseClick(optionBox(again, "noteLinks"))
+            mouseClick(optionBox(again, "updateExport"))
+            compare(root.options.map(option => later[option]), [true, false, true, true, true])
+            exporter.restoreExportOptions()
+            compare(root.options.map(option => exporter[option]), [true, false, true, true, true])
+            compare(root.options.map(option => optionBox(flow, option).checked), [true, false, true, true, true])
+            again.destroy()
         }
 
         function test_foldersLoadOnFirstShow() {

@@ -30,7 +30,8 @@ Item {
         when: windowShown
 
         function show(result, destination) {
-            return createTemporaryObject(viewComponent, root, { "result": result, "destination": destination })
+            return createTemporaryObject(viewComponent, root, { "result": fixture.exportResult(result),
+                                                                "destination": destination })
         }
 
         function test_complete() {

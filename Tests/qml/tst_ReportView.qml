@@ -36,7 +36,7 @@ Item {
         }
         for (const key in fields)
             base[key] = fields[key]
-        return base
+        return fixture.migrationReport(base)
     }
 
     TestCase {

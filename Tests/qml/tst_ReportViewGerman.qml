@@ -24,7 +24,7 @@ Item {
         when: windowShown
 
         function test_everySection() {
-            const view = createTemporaryObject(viewComponent, root, { "report": {
+            const view = createTemporaryObject(viewComponent, root, { "report": fixture.migrationReport({
                 "notesCreated": 5,
                 "notesSkipped": 4,
                 "notesFailed": [["(Vorbereitung)", "Fehler in Apple Notizen: boom"],
@@ -34,7 +34,7 @@ Item {
                 "imagesMissing": ["Plan: https://example.com/a.png", "Retro: weg.png (außerhalb des Ordners)"],
                 "foldersFlattened": ["Projekte ▸ 2024"],
                 "wikilinksDegraded": 7
-            } })
+            }) })
             compare(Screens.visibleTexts(view), [
                 "Übertragung mit Problemen beendet",
                 "5 Notizen · 2 Bilder angehängt",
@@ -57,10 +57,10 @@ Item {
         }
 
         function test_stopped() {
-            const view = createTemporaryObject(viewComponent, root, { "report": {
+            const view = createTemporaryObject(viewComponent, root, { "report": fixture.migrationReport({
                 "notesCreated": 3, "notesSkipped": 0, "notesFailed": [], "notesMisfiled": [], "imagesAttached": 0,
                 "imagesMissing": [], "foldersFlattened": [], "wikilinksDegraded": 0, "stopped": true
-            } })
+            }) })
             compare(findChild(view, "reportTitle").text, "Übertragung gestoppt")
         }
     }

@@ -35,8 +35,8 @@ Item {
     TestCase {
         id: test
 
-        property QtObject migrator
-        property QtObject exporter
+        property Migrator migrator
+        property Exporter exporter
         property var wizard
 
         name: "ScreensEndToEnd"

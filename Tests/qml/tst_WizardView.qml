@@ -4,10 +4,12 @@ import QtQuick.Dialogs
 import QtQuick.Shapes
 import QtTest
 import Velloran
+import Velloran.Engine
+import Velloran.StandIns
 import "Screens.js" as Screens
 
-// The wizard decides from its own state and the controllers' published state; stand-ins publish the same
-// properties as Migrator and Exporter so that every state can be set directly.
+// The wizard decides from its own state and the controllers' published state; the stand-ins are a Migrator
+// and an Exporter whose published state each test sets directly.
 Item {
     id: root
 
@@ -17,45 +19,13 @@ Item {
     Component {
         id: migratorStandIn
 
-        QtObject {
-            property real progress: 0
-            property string currentNote: ""
-            property bool isRunning: false
-            property var report: undefined
-            property int clearCalls: 0
-            property int stopCalls: 0
-
-            function requestStop() {
-                stopCalls += 1
-            }
-
-            function clearReport() {
-                clearCalls += 1
-                report = undefined
-            }
-        }
+        MigratorStandIn {}
     }
 
     Component {
         id: exporterStandIn
 
-        QtObject {
-            property real progress: 0
-            property string currentNote: ""
-            property bool isRunning: false
-            property var availableFolders: []
-            property bool isLoadingFolders: false
-            property var result: undefined
-            property var errorMessage: undefined
-            property var favouriteFolder: undefined
-            property int resetCalls: 0
-
-            function reset() {
-                resetCalls += 1
-                result = undefined
-                errorMessage = undefined
-            }
-        }
+        ExporterStandIn {}
     }
 
     Component {
@@ -80,8 +50,8 @@ Item {
     TestCase {
         id: test
 
-        property QtObject migrator
-        property QtObject exporter
+        property Migrator migrator
+        property Exporter exporter
         property var wizard
         property string vault
 
@@ -97,6 +67,13 @@ Item {
             fixture.writeFile(vault, "Welcome.md", "# Welcome\nSee [[Ideas]] and [[Plans]].\n")
             fixture.writeFile(vault, "Projects/Ideas.md", "| a | b |\n|---|---|\n| 1 | 2 |\n")
             fixture.writeFile(vault, "Projects/2024/Plans.md", "![[missing.png]]\n")
+        }
+
+        function cleanup() {
+            // Notes answers normally again, and no folder load outlives its test.
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_DENY", "")
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_TIMEOUT", "")
+            tryCompare(exporter, "isLoadingFolders", false, 30000)
         }
 
         function chooseImport() {
@@ -290,9 +267,13 @@ Item {
             mouseClick(Screens.button(wizard.content, "Choose Folder…"))
             verify(panel.visible)
             panel.selectedFolder = fixture.url(vault)
+            // The panel hands its folder over when it has closed, which may be after accept() returns: the
+            // scan is seen starting and ending through the signals, whenever they come.
+            const analyzing = createTemporaryObject(spyComponent, test,
+                                                    { "target": wizard, "signalName": "isAnalyzingChanged" })
             panel.accept()
-            compare(wizard.isAnalyzing, true)
             tryCompare(wizard, "screen", "analysis", 10000)
+            compare(analyzing.count, 2)
             compare(wizard.vault, fixture.url(vault))
         }
 
@@ -317,7 +298,7 @@ Item {
 
         function test_progressScreen() {
             analyzed()
-            migrator.isRunning = true
+            migrator.publishRunning(true)
             compare(wizard.screen, "progress")
             compare(wizard.content.objectName, "migrationProgress")
             compare(Screens.visibleTexts(wizard.content), [
@@ -328,8 +309,7 @@ Item {
             compare(findChild(wizard.content, "progressBar").value, 0)
             compare(findChild(wizard.content, "progressBar").width, 360)
             fixture.screenshot(wizard, "migration-progress-preparing")
-            migrator.currentNote = "Ideas"
-            migrator.progress = 0.5
+            migrator.publishProgress(0.5, "Ideas")
             compare(Screens.visibleTexts(wizard.content), [
                 "Ideas",
                 "Creating notes in Apple Notes — don't quit Notes while this runs.",
@@ -356,19 +336,19 @@ Item {
         function test_screenOrder() {
             analyzed()
             // Running comes before a report that is still there from the last run.
-            migrator.report = root.emptyReport
-            migrator.isRunning = true
+            migrator.publishReport(fixture.migrationReport(root.emptyReport))
+            migrator.publishRunning(true)
             compare(wizard.screen, "progress")
-            migrator.isRunning = false
+            migrator.publishRunning(false)
             compare(wizard.screen, "report")
             compare(wizard.content.objectName, "report")
-            migrator.report = undefined
+            migrator.publishReport(undefined)
             compare(wizard.screen, "analysis")
         }
 
         function test_reportThenDone() {
             analyzed()
-            migrator.report = root.emptyReport
+            migrator.publishReport(fixture.migrationReport(root.emptyReport))
             compare(wizard.screen, "report")
             mouseClick(Screens.button(wizard.content, "Done"))
             compare(wizard.screen, "picker")
@@ -396,9 +376,125 @@ Item {
             compare(Screens.visibleTexts(wizard.content)[2], "Drop a folder of .md files (Obsidian, etc.)")
         }
 
+        readonly property string permissionText:
+            "Permission needed: System Settings → Privacy & Security → Automation → Velloran → Notes"
+
+        // The export screen asks Notes for its folders, and Notes refuses, as it does a first run without
+        // Automation.
+        function refuseFolderList() {
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_DENY", "1")
+            mouseClick(findChild(wizard, "notesToMdCard"))
+            compare(wizard.screen, "export")
+            // The refusal takes the user home, which clears the exporter's message again.
+            tryCompare(wizard, "screen", "picker", 10000)
+        }
+
+        function permissionPanel() {
+            const panel = findChild(wizard.content, "permissionPanel")
+            verify(panel)
+            return panel
+        }
+
+        // Refused before Notes ever answered: back at the start, the permission check says what to do; once
+        // Automation is granted, "Check again" shows what Notes holds and "Continue" brings the cards back.
+        function test_refusalShowsThePermissionCheck() {
+            fixture.seedNotes(JSON.stringify({ "folders": [
+                { "name": "Work", "notes": [{ "name": "Plan", "body": "<div>Plan</div>" }],
+                  "folders": [{ "name": "Old" }] }] }))
+            fixture.clearScriptLog()
+            refuseFolderList()
+            compare(wizard.permissionNeeded, true)
+            compare(exporter.resetCalls, 1)
+            const panel = permissionPanel()
+            tryVerify(() => panel.outcome !== undefined, 10000)
+            compare(panel.ok, false)
+            compare(fixture.scriptRuns("count-folders-and-notes"), 1)
+            compare(Screens.visibleTexts(wizard.content), [
+                "Velloran may not control Apple Notes",
+                "No folders or notes could be read.",
+                "osascript",
+                panel.outcome.sections[0].entries[0],
+                "Automation for Notes",
+                "refused (-1743)",
+                "To grant it",
+                "Open System Settings → Privacy & Security → Automation → Velloran → Notes and switch Notes on.",
+                "If Velloran is not listed there, have macOS ask again: tccutil reset AppleEvents com.velloran.Velloran",
+                "Then check again.",
+                "Check again"
+            ])
+            verify(panel.outcome.sections[0].entries[0].endsWith("fake-osascript — found"))
+            compare(findChild(wizard.content, "mdToNotesCard").visible, false)
+            fixture.screenshot(wizard, "picker-permission-refused")
+
+            // Still refused: the check says the same again.
+            mouseClick(Screens.button(wizard.content, "Check again"))
+            tryCompare(panel.check, "isChecking", false, 10000)
+            compare(fixture.scriptRuns("count-folders-and-notes"), 2)
+            compare(panel.ok, false)
+
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_DENY", "")
+            mouseClick(Screens.button(wizard.content, "Check again"))
+            tryCompare(panel, "ok", true, 10000)
+            compare(Screens.visibleTexts(wizard.content), [
+                "Velloran can reach Apple Notes",
+                "2 folders · 1 note",
+                "osascript",
+                panel.outcome.sections[0].entries[0],
+                "Automation for Notes",
+                "granted",
+                "Check again",
+                "Continue"
+            ])
+            fixture.screenshot(wizard, "picker-permission-granted")
+            mouseClick(Screens.button(wizard.content, "Continue"))
+            compare(wizard.permissionNeeded, false)
+            compare(wizard.notesAnswered, true)
+            compare(Screens.visibleTexts(wizard.content)[0], "Apple Notes ↔ Markdown")
+            verify(findChild(wizard.content, "mdToNotesCard").visible)
+        }
+
+        // The migration's first script refused: the same check, in place of the report.
+        function test_refusedMigrationShowsThePermissionCheck() {
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_DENY", "1")
+            analyzed()
+            migrator.publishReport(fixture.migrationReport(Object.assign({}, root.emptyReport, {
+                "notesCreated": 0,
+                "notesFailed": [["(setup)", permissionText]]
+            })))
+            tryCompare(wizard, "screen", "picker")
+            compare(wizard.permissionNeeded, true)
+            compare(migrator.report, undefined)
+            compare(wizard.vault, undefined)
+            tryVerify(() => permissionPanel().outcome !== undefined, 10000)
+            compare(permissionPanel().outcome.title, "Velloran may not control Apple Notes")
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_DENY", "")
+        }
+
+        // Other failures, and refusals once Notes has answered, stay where they happened.
+        function test_onlyAFirstRefusalLeadsToTheCheck() {
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_TIMEOUT", "1")
+            mouseClick(findChild(wizard, "notesToMdCard"))
+            tryVerify(() => exporter.errorMessage !== undefined, 10000)
+            verify(exporter.errorMessage.endsWith("AppleEvent timed out. (-1712)"))
+            wait(50)
+            compare(wizard.screen, "export")
+            compare(wizard.notesAnswered, false)
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_TIMEOUT", "")
+            exporter.loadFolderList()
+            tryCompare(wizard, "notesAnswered", true, 10000)
+            compare(exporter.errorMessage, undefined)
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_DENY", "1")
+            exporter.loadFolderList()
+            tryCompare(exporter, "errorMessage", permissionText, 10000)
+            wait(50)
+            compare(wizard.screen, "export")
+            compare(wizard.permissionNeeded, false)
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_DENY", "")
+        }
+
         function test_exportDoneGoesHome() {
             mouseClick(findChild(wizard, "notesToMdCard"))
-            exporter.result = { "written": 2, "failed": [], "folders": ["Work"] }
+            exporter.publishResult(fixture.exportResult({ "written": 2, "failed": [], "folders": ["Work"] }))
             compare(wizard.content.stage, "result")
             mouseClick(Screens.button(wizard.content, "Done"))
             compare(wizard.screen, "picker")

@@ -1,6 +1,7 @@
 // Runs the screen tests (tst_*.qml) with the Velloran QML module, the controllers, the `fixture` helper
 // and the Notes stand-in. Settings and the stand-in's library live in a scratch folder, never in the home.
 
+#include "ControllerStandIns.h"
 #include "Controllers.h"
 #include "ScreenFixture.h"
 #include "Translations.h"
@@ -12,6 +13,7 @@
 #include <QSettings>
 #include <QStandardPaths>
 #include <QTemporaryDir>
+#include <QtQml/qqml.h>
 #include <QtQml/qqmlextensionplugin.h>
 #include <QtQuickTest/quicktest.h>
 
@@ -37,6 +39,8 @@ public slots:
         qputenv("VELLORAN_OSASCRIPT", QByteArrayLiteral(VELLORAN_FAKE_OSASCRIPT));
         useVelloranStyle();
         registerControllerTypes();
+        qmlRegisterType<MigratorStandIn>("Velloran.StandIns", 1, 0, "MigratorStandIn");
+        qmlRegisterType<ExporterStandIn>("Velloran.StandIns", 1, 0, "ExporterStandIn");
         // As the application does: the screens speak the language of LANG (English for most tests).
         Translations::install();
     }
