@@ -115,7 +115,7 @@ ColumnLayout {
             highlighted: !panel.ok
             onClicked: permissionCheck.run()
         }
-        Button {
+        ProminentButton {
             objectName: "continueButton"
             visible: panel.ok
             text: qsTr("Continue")
