@@ -162,6 +162,8 @@ Item {
             compare(exportButton().enabled, true)
             verify(Screens.filledWith(exportButton(), Theme.inkFill, Theme.textOnInk))
             verify(Screens.sameColor(exportButton().icon.color, Theme.textOnInk))
+        }
+
         function optionBox(screen, option) {
             return findChild(screen.content, option + "Option")
         }
