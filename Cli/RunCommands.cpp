@@ -10,6 +10,7 @@
 #include "RunDriver.h"
 
 #include "Exporter.h"
+#include "MigrationPlan.h"
 #include "Migrator.h"
 #include "NotesExporter.h"
 #include "Presentation.h"
@@ -42,11 +43,38 @@ QCoro::Task<> migrateVault(Migrator &migrator, QString vaultPath, Interrupt &int
     co_await run;
 }
 
-int migrateCommand(const QString &path, bool json)
+/// Scans the vault in the background and works out, note by note, what migrating it would do. `stop` ends
+/// the check against Notes early.
+QCoro::Task<> planVault(QString vaultPath, MigrationPlan &plan, ScriptRunner::StopSignal &stop)
+{
+    QFuture<VaultAnalysis> scanning = QtConcurrent::run(VaultScanner::scan, QUrl::fromLocalFile(vaultPath));
+    const VaultAnalysis analysis = co_await scanning;
+    QCoro::Task<MigrationPlan> planning
+        = MigrationPlanner::planChecked(analysis, QUrl::fromLocalFile(vaultPath), &stop);
+    plan = co_await planning;
+}
+
+/// migrate --dry-run: the plan, listed as the analysis screen's details list it, or as JSON. Creates
+/// nothing; a Notes that cannot be read leaves the notes' presence there unknown, which is no failure.
+/// Ctrl-C ends the check against Notes (nothing temporary is left behind) and prints the plan so far.
+int dryRunCommand(const QString &vaultPath, bool json)
+{
+    Interrupt interrupt;
+    ScriptRunner::StopSignal stop;
+    interrupt.onInterrupt([&stop] { stop.request(); });
+    MigrationPlan plan;
+    runOnEventLoop(planVault(vaultPath, plan, stop));
+    CliIo::out(json ? Presentation::indentedJson(plan) : outcomeText(Presentation::outcomeOf(plan)).toUtf8());
+    return interrupt.requested() ? interruptedStatus : 0;
+}
+
+int migrateCommand(const QString &path, bool json, bool dryRun)
 {
     if (!CliIo::checkFolder(path))
         return 1;
     const QString vaultPath = QFileInfo(path).absoluteFilePath();
+    if (dryRun)
+        return dryRunCommand(vaultPath, json);
     Interrupt interrupt;
     Migrator migrator;
     runOnEventLoop(migrateVault(migrator, vaultPath, interrupt));
@@ -81,13 +109,15 @@ QCoro::Task<bool> foldersExist(Exporter &exporter, QStringList folders)
     co_return true;
 }
 
-int exportCommand(const QString &destinationArgument, const QStringList &folders, bool json)
+int exportCommand(const QString &destinationArgument, const QStringList &folders, bool json,
+    const NotesExporter::ExportOptions &options)
 {
     if (!CliIo::checkDestination(destinationArgument))
         return 1;
     const QString destination = QFileInfo(destinationArgument).absoluteFilePath();
     Interrupt interrupt;
     Exporter exporter;
+    exporter.setExportOptions(options);
     if (!folders.isEmpty()) {
         bool exist = false;
         runOnEventLoop([](Exporter &exporter, QStringList folders, bool &exist) -> QCoro::Task<> {
@@ -143,14 +173,20 @@ CLI::App *addFolderCommand(CLI::App &app, const char *name, const char *descript
 
 void addRunCommands(CLI::App &app, int &exitCode)
 {
-    addFolderCommand(app, "migrate",
+    auto migrateDryRun = std::make_shared<bool>(false);
+    CLI::App *migrate = addFolderCommand(app, "migrate",
         QT_TRANSLATE_NOOP("Velloran",
             "Scan a folder of Markdown files and migrate it into Apple Notes, under \"Imported by Velloran\". "
             "Exit status: 0 complete, 1 finished with issues or could not start (a path that does not exist, for one), "
             "2 usage error, 130 stopped by Ctrl-C, SIGTERM or SIGHUP."),
         QT_TRANSLATE_NOOP("Velloran", "The folder (vault) to migrate"),
         QT_TRANSLATE_NOOP("Velloran", "Print the report as JSON (a failure as {\"error\": MESSAGE})"), exitCode,
-        migrateCommand);
+        [migrateDryRun](const QString &path, bool json) { return migrateCommand(path, json, *migrateDryRun); });
+    migrate->add_flag("--dry-run", *migrateDryRun,
+        CliIo::helpText(QT_TRANSLATE_NOOP("Velloran",
+            "Create nothing: list, note by note, the Notes folder, the final title, the images attached and "
+            "not attached, the wikilinks, the tables, and whether the note is already in Apple Notes (checked "
+            "when Apple Notes can be read). With --json, as JSON")));
 
     auto exportDestination = std::make_shared<std::string>();
     auto exportFolders = std::make_shared<std::vector<std::string>>();
@@ -174,11 +210,20 @@ void addRunCommands(CLI::App &app, int &exitCode)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     exportRun->add_flag("--json", *exportJson,
         CliIo::helpText(QT_TRANSLATE_NOOP("Velloran", "Print the result as JSON (a failure as {\"error\": MESSAGE})")));
+    auto exportOptions = std::make_shared<NotesExporter::ExportOptions>();
+    exportRun->add_flag("--dates", exportOptions->dates,
+        CliIo::helpText(QT_TRANSLATE_NOOP("Velloran",
+            "Keep dates: write each note's creation and modification dates as frontmatter, and give its file "
+            "the note's modification time")));
+    exportRun->add_flag("--update", exportOptions->update,
+        CliIo::helpText(QT_TRANSLATE_NOOP("Velloran",
+            "Update a previous export into DEST: rewrite the files of notes that changed, unless you edited "
+            "them (the new version is then written beside), and list notes gone from Notes")));
     exportRun->callback([=, &exitCode] {
         QStringList folders;
         for (const std::string &folder : *exportFolders)
             folders.append(QString::fromLocal8Bit(folder));
-        exitCode = exportCommand(QString::fromLocal8Bit(*exportDestination), folders, *exportJson);
+        exitCode = exportCommand(QString::fromLocal8Bit(*exportDestination), folders, *exportJson, *exportOptions);
     });
 
     addRoundTripCommand(app, exitCode);

@@ -65,7 +65,31 @@ struct FolderReads
     qsizetype reads = 0;
     qsizetype readsFailed = 0;
     std::optional<QString> lastReadFailure;
+    /// Whether the notes are to be read with their ids and dates; cleared when this Notes cannot give them.
+    bool withDates = false;
+    /// Whether reading ends as soon as it turns out that this Notes does not give the notes' ids.
+    bool refuseWithoutIds = false;
+    /// The notes were to be read with their ids and dates, but this Notes does not give them.
+    bool datesUnavailable = false;
+    /// The subfolders whose Notes folders were read whole.
+    QStringList subfoldersRead;
 };
+
+/// One folder read by its id: with the notes' ids and dates while `reads` asks for them and this Notes
+/// gives them, otherwise without. Stops asking for them at the first sign that this Notes cannot.
+QCoro::Task<NotesExporter::FolderRead> readById(ScriptRunner::Context context, QString id, FolderReads &reads)
+{
+    if (reads.withDates) {
+        QCoro::Task<NotesExporter::FolderRead> reading = NotesExporter::readFolderWithDates(context, id);
+        NotesExporter::FolderRead read = co_await reading;
+        if (!read.notCompiled)
+            co_return read;
+        reads.withDates = false;
+        reads.datesUnavailable = true;
+    }
+    QCoro::Task<NotesExporter::FolderRead> reading = NotesExporter::readFolderById(context, std::move(id));
+    co_return co_await reading;
+}
 
 /// The positions, in list order and each once, of the listed folders that `selection` chooses: every
 /// folder when it is empty. A choice that stands for no folder is a failure.
@@ -102,8 +126,9 @@ bool firstOfItsName(const QList<FolderEntry> &listed, qsizetype position)
 
 /// Reads the chosen folders in turn into `reads`, by id while this Notes compiles the program that does
 /// so, otherwise by name: of each name only the first folder can then be reached, and the others are
-/// listed as not exported. A folder that cannot be read is a failure, listed by its label. Ends at a stop
-/// request, or when the controller (`owner`) goes away.
+/// listed as not exported. A folder that cannot be read is a failure, listed by its label. The notes' ids
+/// and dates are read too when `reads` asks for them (see readById); an update that cannot have them ends
+/// the reading there. Ends at a stop request, or when the controller (`owner`) goes away.
 QCoro::Task<> readFolders(ScriptRunner::Context context, const QList<FolderEntry> &listed, const QStringList &labels,
     const QList<qsizetype> &chosen, FolderReads &reads, QPointer<Exporter> owner)
 {
@@ -113,6 +138,11 @@ QCoro::Task<> readFolders(ScriptRunner::Context context, const QList<FolderEntry
     const QStringList subfolders = Exporter::subfolderNames(chosenFolders);
 
     bool byId = !chosenFolders.isEmpty() && !chosenFolders.first().id.isEmpty();
+    if (!byId && reads.withDates && !chosenFolders.isEmpty()) {
+        // Without folder ids, the program that gives the notes' ids and dates cannot be used.
+        reads.withDates = false;
+        reads.datesUnavailable = true;
+    }
     QSet<QString> readByName;
     for (qsizetype c = 0; c < chosen.size(); ++c) {
         if (context.stop->isRequested())
@@ -122,13 +152,16 @@ QCoro::Task<> readFolders(ScriptRunner::Context context, const QList<FolderEntry
         NotesExporter::FolderRead read;
         bool done = false;
         if (byId) {
-            QCoro::Task<NotesExporter::FolderRead> reading = NotesExporter::readFolderById(context, entry.id);
+            QCoro::Task<NotesExporter::FolderRead> reading = readById(context, entry.id, reads);
             read = co_await reading;
             if (!owner)
                 co_return;
             done = !read.notCompiled;
             byId = done;
         }
+        // An update needs every note's id: nothing more is read once this Notes turns out not to give them.
+        if (reads.datesUnavailable && reads.refuseWithoutIds)
+            co_return;
         if (!done) {
             if (!firstOfItsName(listed, chosen.at(c)) || readByName.contains(entry.name)) {
                 reads.failures.append({ label,
@@ -151,6 +184,7 @@ QCoro::Task<> readFolders(ScriptRunner::Context context, const QList<FolderEntry
         for (NotesExporter::NoteRecord &record : read.notes)
             record.folder = subfolders.at(c);
         reads.records += std::move(read.notes);
+        reads.subfoldersRead.append(subfolders.at(c));
     }
 }
 
@@ -464,6 +498,8 @@ QCoro::Task<> Exporter::exportNotes(QStringList selectedFolders, QUrl to)
 
     std::optional<ScriptRunner::RunFolder> folder;
     FolderReads reads;
+    reads.withDates = m_exportOptions.needsIdsAndDates();
+    reads.refuseWithoutIds = m_exportOptions.update;
     QCoro::Task<std::optional<QString>> reading = readForExport(folder, stop, selectedFolders, reads, self);
     const std::optional<QString> readFailure = co_await reading;
     if (!self)
@@ -472,6 +508,16 @@ QCoro::Task<> Exporter::exportNotes(QStringList selectedFolders, QUrl to)
         setErrorMessage(*readFailure);
         NotesExporter::Result failure;
         failure.failed.append({ QCoreApplication::translate("Velloran", "(reading Apple Notes)"), *readFailure });
+        endWith(std::move(failure));
+        co_return;
+    }
+    if (reads.datesUnavailable && m_exportOptions.update) {
+        const QString refusal = QCoreApplication::translate("Velloran",
+            "This version of Notes does not give the notes’ ids, so a previous export cannot be updated. "
+            "Export without “Update a previous export”.");
+        setErrorMessage(refusal);
+        NotesExporter::Result failure;
+        failure.failed.append({ QCoreApplication::translate("Velloran", "(reading Apple Notes)"), refusal });
         endWith(std::move(failure));
         co_return;
     }
@@ -488,11 +534,12 @@ QCoro::Task<> Exporter::exportNotes(QStringList selectedFolders, QUrl to)
         self->setCurrentNote(name);
     });
     const NotesExporter::StopCheck shouldStop = [stopFlag] { return stopFlag->load(); };
-    QFuture<NotesExporter::Result> writing
-        = QtConcurrent::run(NotesExporter::exportNotes, reads.records, to, progress, shouldStop, m_exportOptions);
+    QFuture<NotesExporter::Result> writing = QtConcurrent::run(
+        NotesExporter::exportNotes, reads.records, to, progress, shouldStop, m_exportOptions, reads.subfoldersRead);
     NotesExporter::Result result = co_await writing;
     if (!self)
         co_return;
+    result.datesUnavailable = reads.datesUnavailable && m_exportOptions.dates;
 
     result.failed += unreadableBodies(reads.records);
     result.failed += reads.failures;

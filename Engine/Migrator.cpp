@@ -92,9 +92,8 @@ QCoro::Task<QHash<QString, QString>> ensureSubfolders(
     for (const QString &path : sortedFolders(folders)) {
         if (context.stop->isRequested())
             break;
-        const QStringList components = path.split(u'/');
-        const QString name = components.join(Migrator::subfolderJoiner);
-        if (components.size() >= 2)
+        const QString name = Migrator::subfolderName(path);
+        if (path.contains(u'/'))
             report.foldersFlattened.append(path);
         try {
             QCoro::Task<> ensuring = NotesBridge::ensureSubfolder(context, Migrator::rootFolderName, name);

@@ -69,6 +69,10 @@ public:
     static inline const QString rootFolderName = QStringLiteral("Imported by Velloran");
     static inline const QString subfolderJoiner = QStringLiteral(" ▸ ");
 
+    /// The Notes subfolder of a folder of the vault, given as its path relative to the vault with "/":
+    /// Notes nests one level, so "Projects/2024/Q1" becomes "Projects ▸ 2024 ▸ Q1".
+    static QString subfolderName(const QString &path) { return path.split(u'/').join(subfolderJoiner); }
+
     explicit Migrator(QObject *parent = nullptr);
     ~Migrator() override;
 

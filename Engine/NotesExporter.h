@@ -9,6 +9,7 @@
 #include <QString>
 #include <QStringList>
 #include <QUrl>
+#include <QVariant>
 
 #include <QCoro/QCoroTask>
 
@@ -65,6 +66,30 @@ private:
     using ScriptError::ScriptError;
 };
 
+/// What updating a previous export came to.
+struct UpdateSummary
+{
+    Q_GADGET
+    Q_PROPERTY(QStringList updated MEMBER updated)
+    Q_PROPERTY(qint64 unchanged MEMBER unchanged)
+    Q_PROPERTY(QList<std::pair<QString, QString>> keptEdits MEMBER keptEdits)
+    Q_PROPERTY(QStringList gone MEMBER gone)
+
+public:
+    /// The files (relative to the destination) rewritten in place with a note's new version.
+    QStringList updated;
+    /// The notes whose files already held what this export would write; they were left alone.
+    qint64 unchanged = 0;
+    /// One (edited file, new file) pair per note that changed in Notes while its file was edited since
+    /// the last export: the edited file was left alone and the new version written beside it.
+    QList<std::pair<QString, QString>> keptEdits;
+    /// The files of notes that the last export wrote and that are no longer in their Notes folder; left
+    /// alone.
+    QStringList gone;
+
+    friend bool operator==(const UpdateSummary &, const UpdateSummary &) = default;
+};
+
 /// The outcome of one export run.
 struct Result
 {
@@ -74,6 +99,10 @@ struct Result
     /// The subfolder names, sorted.
     Q_PROPERTY(QStringList folders READ folderList WRITE setFolderList)
     Q_PROPERTY(bool stopped MEMBER stopped)
+    /// An UpdateSummary when the export updated a previous one; undefined (and left out of JSON) otherwise.
+    Q_PROPERTY(QVariant update READ updateValue)
+    /// true when the dates were asked for and this Notes does not give them; otherwise undefined.
+    Q_PROPERTY(QVariant datesUnavailable READ datesUnavailableValue)
 
 public:
     qint64 written = 0;
@@ -84,6 +113,13 @@ public:
     QSet<QString> folders;
     /// The run was stopped before its end: the result covers what was done until then.
     bool stopped = false;
+    /// What updating a previous export did; only when the export was asked to update one.
+    std::optional<UpdateSummary> update = std::nullopt;
+    /// The dates were asked for, but this Notes does not give them: the files were written without.
+    bool datesUnavailable = false;
+
+    QVariant updateValue() const { return update ? QVariant::fromValue(*update) : QVariant(); }
+    QVariant datesUnavailableValue() const { return datesUnavailable ? QVariant(true) : QVariant(); }
 
     QStringList folderList() const
     {
@@ -156,6 +192,11 @@ QCoro::Task<QList<FolderEntry>> listFolderDetails(ScriptRunner::Context context)
 /// exists is a failure. Throws only RunStopped.
 QCoro::Task<FolderRead> readFolderById(ScriptRunner::Context context, QString id);
 
+/// What readFolderById gives, with each note's id and its creation and modification dates (local time,
+/// null when Notes gives none). When this Notes cannot compile the program that gives them, the read's
+/// notCompiled is set. Throws only RunStopped.
+QCoro::Task<FolderRead> readFolderWithDates(ScriptRunner::Context context, QString id);
+
 /// For a body that the read program replaced with its could-not-read explanation, the reason it gives.
 std::optional<QString> unreadableBodyReason(const QString &html);
 
@@ -168,8 +209,12 @@ using StopCheck = std::function<bool()>;
 /// I/O error) leaves no file and is not counted as written. Never throws: every problem is an entry of
 /// Result::failed.
 /// `shouldStop`, when given, lets a caller end the run after the note being written.
+/// When the notes carry their ids, the export is recorded in `to`/.velloran/export.json (see
+/// ExportManifest.h), which `options.update` uses to update the files of an earlier export instead of
+/// writing new ones beside them. `foldersRead` names the subfolders whose Notes folders were read whole
+/// (all the notes' folders when empty): a recorded note of one of them that is not among `notes` is gone.
 Result exportNotes(const QList<NoteRecord> &notes, const QUrl &to, const ProgressCallback &progress = {},
-    const StopCheck &shouldStop = {}, const ExportOptions &options = {});
+    const StopCheck &shouldStop = {}, const ExportOptions &options = {}, const QStringList &foldersRead = {});
 
 /// A text safe as one file or folder name; may be empty.
 QString sanitizeFilename(const QString &name);

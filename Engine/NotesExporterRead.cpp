@@ -47,7 +47,12 @@ QString stripFieldSeparators(QStringView text)
     return stripped;
 }
 
-QList<NoteRecord> parseRecords(const QString &output)
+namespace {
+
+/// The records of a folder read's output: `head` fields, then the body, which takes every field after
+/// them, so that a body holding a field separator survives whole. Blank pieces and pieces with fewer
+/// fields are skipped. `make` turns the head fields and the body into a record.
+template<typename Make> QList<NoteRecord> parseWith(const QString &output, qsizetype head, Make make)
 {
     QList<NoteRecord> records;
     for (const QStringView piece : QStringView(output).split(recordSep)) {
@@ -55,16 +60,37 @@ QList<NoteRecord> parseRecords(const QString &output)
         if (Text::trimWhitespaceAndNewlines(piece).isEmpty())
             continue;
         const QList<QStringView> fields = piece.split(fieldSep);
-        if (fields.size() < 3)
+        if (fields.size() < head + 1)
             continue;
-        QString html = fields[2].toString();
-        for (qsizetype i = 3; i < fields.size(); ++i) {
+        QString html = fields[head].toString();
+        for (qsizetype i = head + 1; i < fields.size(); ++i) {
             html += fieldSep;
             html += fields[i];
         }
-        records.append({ stripFieldSeparators(fields[0]), stripFieldSeparators(fields[1]), html });
+        records.append(make(fields, std::move(html)));
     }
     return records;
+}
+
+} // namespace
+
+QList<NoteRecord> parseRecords(const QString &output)
+{
+    return parseWith(output, 2, [](const QList<QStringView> &fields, QString html) {
+        return NoteRecord { stripFieldSeparators(fields[0]), stripFieldSeparators(fields[1]), std::move(html) };
+    });
+}
+
+QList<NoteRecord> parseRecordsWithDates(const QString &output)
+{
+    const auto date = [](QStringView text) {
+        // Local time, as Notes gives it; a null QDateTime when missing or malformed.
+        return QDateTime::fromString(Text::trimWhitespaceAndNewlines(text).toString(), Qt::ISODate);
+    };
+    return parseWith(output, 5, [&date](const QList<QStringView> &fields, QString html) {
+        return NoteRecord { stripFieldSeparators(fields[0]), stripFieldSeparators(fields[1]), std::move(html),
+            Text::trimWhitespaceAndNewlines(fields[2]).toString(), date(fields[3]), date(fields[4]) };
+    });
 }
 
 namespace {
@@ -156,7 +182,8 @@ namespace {
 
 /// One folder's notes from `program` run with the one argument `argument`. A failed script is the read's
 /// failure (marked when the program did not compile); only RunStopped is thrown.
-QCoro::Task<FolderRead> readWith(ScriptRunner::Context context, QStringView program, QString argument)
+QCoro::Task<FolderRead> readWith(ScriptRunner::Context context, QStringView program, QString argument,
+    QList<NoteRecord> (*parse)(const QString &) = parseRecords)
 {
     FolderRead read;
     try {
@@ -164,7 +191,7 @@ QCoro::Task<FolderRead> readWith(ScriptRunner::Context context, QStringView prog
             ScriptRunner::Side::read, withStripSeps(program), QStringList(argument), context.folder, context.stop);
         const QString output = co_await running;
         // A folder with many notes reads back as megabytes: parsed off this thread.
-        QFuture<QList<NoteRecord>> parsing = QtConcurrent::run(parseRecords, output);
+        QFuture<QList<NoteRecord>> parsing = QtConcurrent::run(parse, output);
         read.notes = co_await parsing;
     } catch (const RunStopped &) {
         throw;
@@ -213,6 +240,11 @@ QCoro::Task<QList<FolderEntry>> listFolderDetails(ScriptRunner::Context context)
 QCoro::Task<FolderRead> readFolderById(ScriptRunner::Context context, QString id)
 {
     return readWith(context, folderReadByIdProgram, std::move(id));
+}
+
+QCoro::Task<FolderRead> readFolderWithDates(ScriptRunner::Context context, QString id)
+{
+    return readWith(context, folderReadWithDatesProgram, std::move(id), parseRecordsWithDates);
 }
 
 std::optional<QString> unreadableBodyReason(const QString &html)

@@ -299,6 +299,24 @@ NewFile writeNewFile(
     }
 }
 
+std::optional<QString> replaceFile(const QString &folder, const QString &fileName, const QByteArray &bytes)
+{
+    const Temporary made = openTemporary(folder);
+    if (made.fd < 0)
+        return systemText(made.error);
+    RemoveUnlessKept temporary(made.path);
+    {
+        Descriptor file(made.fd);
+        if (const int error = writeAndClose(file, bytes))
+            return systemText(error);
+    }
+    // rename(2) replaces the name's entry itself, a symbolic link included, and never follows one.
+    if (::rename(made.path.constData(), encodedPath(folder, fileName).constData()) != 0)
+        return systemText(errno);
+    temporary.keep();
+    return std::nullopt;
+}
+
 QString fileContent(const QString &noteName, const QString &markdown)
 {
     return u"# "_s + noteName + u"\n\n"_s + markdown + u'\n';
@@ -343,7 +361,7 @@ QString sanitizeFilename(const QString &name)
 }
 
 Result exportNotes(const QList<NoteRecord> &notes, const QUrl &to, const ProgressCallback &progress,
-    const StopCheck &shouldStop, [[maybe_unused]] const ExportOptions &options)
+    const StopCheck &shouldStop, const ExportOptions &options, const QStringList &foldersRead)
 {
     Result result;
     const QString destination = to.toLocalFile();
@@ -356,6 +374,11 @@ Result exportNotes(const QList<NoteRecord> &notes, const QUrl &to, const Progres
         }
     }
 
+    RunWriter writer(destination, notes, options, foldersRead, result);
+    if (const QString failure = writer.failure(); !failure.isEmpty()) {
+        result.failed.append({ QCoreApplication::translate("Velloran", "(destination)"), failure });
+        return result;
+    }
     RunNames names;
     // Folders whose file system turned out to have no hard links.
     QSet<QString> withoutLinks;
@@ -379,16 +402,15 @@ Result exportNotes(const QList<NoteRecord> &notes, const QUrl &to, const Progres
         QString base = sanitizeFilename(note.name.isEmpty() ? u"Untitled"_s : note.name);
         if (base.isEmpty())
             base = u"Untitled"_s;
-        const QByteArray content = fileContent(note.name, HtmlToMarkdown::convert(note.html)).toUtf8();
+        QByteArray content = fileContent(note.name, HtmlToMarkdown::convert(note.html)).toUtf8();
+        if (options.dates)
+            content.prepend(datesFrontmatter(note));
         ClaimMethod method = withoutLinks.contains(folderPath) ? ClaimMethod::exclusiveCreate : ClaimMethod::hardLink;
-        const NewFile file = writeNewFile(folderPath, base, content, names, method);
+        writer.write(note, subfolder, folderPath, base, content, names, method);
         if (method == ClaimMethod::exclusiveCreate)
             withoutLinks.insert(folderPath);
-        if (!file.error.isEmpty())
-            result.failed.append({ note.name, file.error });
-        else
-            addChecked(result.written);
     }
+    writer.finish();
 
     if (progress)
         progress(1.0, QString());

@@ -111,6 +111,39 @@ Outcome outcomeOf(const Migrator::Report &report)
     return outcome;
 }
 
+namespace {
+
+/// What updating a previous export did: the files rewritten, the unchanged notes, the edited files kept
+/// and the notes gone from Notes, each only when it has something.
+QList<Section> updateSections(const NotesExporter::UpdateSummary &update)
+{
+    QList<Section> sections;
+    if (!update.updated.isEmpty())
+        sections.append(
+            listed(QCoreApplication::translate("Velloran", "Updated (%n)", nullptr, plural(update.updated.size())),
+                update.updated));
+    if (update.unchanged >= 1)
+        sections.append(paragraph(QCoreApplication::translate("Velloran",
+            "%n notes had not changed since the last export and were left alone.", nullptr, plural(update.unchanged))));
+    if (!update.keptEdits.isEmpty()) {
+        QStringList lines;
+        for (const auto &[edited, copy] : update.keptEdits)
+            lines.append(QCoreApplication::translate("Velloran", "%1 — kept your edits; the new version is %2")
+                             .arg(edited, copy));
+        sections.append(listed(
+            QCoreApplication::translate("Velloran", "Kept your edits (%n)", nullptr, plural(update.keptEdits.size())),
+            lines));
+    }
+    if (!update.gone.isEmpty())
+        sections.append(
+            listed(QCoreApplication::translate("Velloran", "No longer in Apple Notes — files left alone (%n)", nullptr,
+                       plural(update.gone.size())),
+                update.gone));
+    return sections;
+}
+
+} // namespace
+
 Outcome outcomeOf(const NotesExporter::Result &result)
 {
     Outcome outcome;
@@ -128,6 +161,80 @@ Outcome outcomeOf(const NotesExporter::Result &result)
         outcome.sections.append(
             listed(QCoreApplication::translate("Velloran", "Failed (%n)", nullptr, plural(result.failed.size())),
                 dashed(result.failed)));
+    if (result.datesUnavailable)
+        outcome.sections.append(paragraph(QCoreApplication::translate(
+            "Velloran", "This version of Notes does not give the notes’ dates: the files were written without them.")));
+    if (result.update)
+        outcome.sections += updateSections(*result.update);
+    return outcome;
+}
+
+namespace {
+
+/// A planned note's line about whether Notes already has it.
+QString presenceLine(const PlannedNote &note)
+{
+    if (note.inNotes == PlannedNote::alreadyInNotes)
+        return QCoreApplication::translate("Velloran", "Already in Apple Notes — will be skipped");
+    if (note.inNotes == PlannedNote::willBeCreated)
+        return QCoreApplication::translate("Velloran", "Will be created");
+    return QCoreApplication::translate("Velloran", "Not checked whether it is already in Apple Notes");
+}
+
+/// One planned note: its title over what will happen to it.
+Section noteSection(const PlannedNote &note)
+{
+    const QString heading = note.renamedFrom.isEmpty()
+        ? note.title
+        : QCoreApplication::translate("Velloran", "%1 → renamed from “%2”").arg(note.title, note.renamedFrom);
+    QStringList lines { QCoreApplication::translate("Velloran", "Folder: %1").arg(note.folder.join(u" / "_s)) };
+    if (!note.failure.isEmpty()) {
+        lines.append(QCoreApplication::translate("Velloran", "Will fail: %1").arg(note.failure));
+    } else {
+        lines.append(presenceLine(note));
+        for (const QString &image : note.imagesAttached)
+            lines.append(QCoreApplication::translate("Velloran", "Image attached: %1").arg(image));
+        for (const auto &[image, reason] : note.imagesNotAttached)
+            lines.append(QCoreApplication::translate("Velloran", "Image not attached: %1 — %2").arg(image, reason));
+        for (const QString &link : note.wikilinks)
+            lines.append(QCoreApplication::translate("Velloran", "Wikilink becomes underlined text: %1").arg(link));
+        if (note.hasTables)
+            lines.append(QCoreApplication::translate("Velloran", "Tables preserved as real Notes tables"));
+    }
+    return listed(heading, lines);
+}
+
+} // namespace
+
+Outcome outcomeOf(const MigrationPlan &plan)
+{
+    Outcome outcome;
+    outcome.title = QCoreApplication::translate("Velloran", "Dry run: nothing was created");
+    const qint64 failing = plan.failing();
+    outcome.hasIssues = failing > 0 || !plan.unreadable.isEmpty();
+    if (plan.notesChecked) {
+        // Counted apart: lupdate does not end on a qualified name among translate()'s arguments.
+        const qint64 toCreate = plan.count(PlannedNote::willBeCreated);
+        const qint64 toSkip = plan.count(PlannedNote::alreadyInNotes);
+        outcome.summary = summaryLine(
+            QCoreApplication::translate("Velloran", "%n notes to create", nullptr, plural(toCreate)),
+            QCoreApplication::translate("Velloran", "%n already in Apple Notes (skipped)", nullptr, plural(toSkip)));
+    } else {
+        outcome.summary = QCoreApplication::translate(
+            "Velloran", "%n notes to migrate", nullptr, plural(plan.notes.size() - failing));
+    }
+    if (!plan.notesChecked && !plan.unknownReason.isEmpty())
+        outcome.sections.append(paragraph(QCoreApplication::translate("Velloran",
+            "Apple Notes couldn't be read, so it is unknown which notes are already there (they would be "
+            "skipped): %1")
+                                              .arg(plan.unknownReason)));
+    for (const PlannedNote &note : plan.notes)
+        outcome.sections.append(noteSection(note));
+    if (!plan.unreadable.isEmpty())
+        outcome.sections.append(
+            listed(QCoreApplication::translate("Velloran", "Couldn't be read — will be listed as failed (%n)", nullptr,
+                       plural(plan.unreadable.size())),
+                dashed(plan.unreadable)));
     return outcome;
 }
 
@@ -294,7 +401,9 @@ QJsonObject jsonObject(const QMetaObject &type, const void *gadget)
     QJsonObject object;
     for (int i = type.propertyOffset(); i < type.propertyCount(); ++i) {
         const QMetaProperty property = type.property(i);
-        object.insert(QString::fromLatin1(property.name()), jsonTree(property.readOnGadget(gadget)));
+        const QVariant value = property.readOnGadget(gadget);
+        if (value.isValid())
+            object.insert(QString::fromLatin1(property.name()), jsonTree(value));
     }
     return object;
 }
@@ -307,9 +416,13 @@ QByteArray compactJson(const QMetaObject &type, const void *gadget)
     QByteArray json = "{";
     for (int i = type.propertyOffset(); i < type.propertyCount(); ++i) {
         const QMetaProperty property = type.property(i);
+        const QVariant value = property.readOnGadget(gadget);
+        // Undefined: a value that only some runs have (what an option adds) is left out of the others.
+        if (!value.isValid())
+            continue;
         if (json.size() > 1)
             json += ',';
-        json += '"' + QByteArray(property.name()) + "\":" + compactValue(property.readOnGadget(gadget));
+        json += '"' + QByteArray(property.name()) + "\":" + compactValue(value);
     }
     return json + '}';
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Exporter.h"
+#include "MigrationPlan.h"
 #include "Migrator.h"
 #include "NotesExporter.h"
 #include "VaultScanner.h"
@@ -61,8 +62,18 @@ public:
 /// degraded wikilinks. Missing images, skipped notes, flattened folders and wikilinks alone are no issue.
 Outcome outcomeOf(const Migrator::Report &report);
 /// The export result: "Export complete", "… finished with issues" (a failure) or "… stopped"; the notes
-/// written and folders; then the stop and the failures, each only when it has something.
+/// written and folders; then the stop and the failures, each only when it has something; then, when the
+/// dates were asked for and Notes did not give them, a paragraph saying so, and for an update of a
+/// previous export, the files updated, the unchanged notes, the edits kept and the notes gone.
 Outcome outcomeOf(const NotesExporter::Result &result);
+
+/// A migration worked out without running it (a dry run), as the analysis screen's details and
+/// velloran-cli list it: the title saying that nothing was created; how many notes will be created and
+/// skipped (or that Apple Notes could not be checked); then why not, when it could not be checked; one
+/// section per note, in the order the migration makes them, headed by its title (and the name it had
+/// before it was numbered) over its folder, its presence in Notes, a failure, the images attached and
+/// not attached, the wiki links and the tables; and the files and folders that could not be read.
+Outcome outcomeOf(const MigrationPlan &plan);
 
 /// The counts of a scanned folder that the analysis screen shows.
 struct AnalysisSummary

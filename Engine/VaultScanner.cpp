@@ -188,6 +188,12 @@ bool isInsideVault(const QString &canonicalPath, const QString &canonicalVault)
 
 namespace {
 
+/// Whether a (decoded) image reference is on the web, which is never attached.
+bool isWebAddress(const QString &decoded)
+{
+    return decoded.startsWith(u"http://") || decoded.startsWith(u"https://");
+}
+
 /// Whether something exists at `path`, following links (a dangling link is nothing).
 bool existsAt(const QString &path)
 {
@@ -219,7 +225,7 @@ ImageResolution resolveImage(
     const QString &ref, const QString &noteFolder, const QString &canonicalVault, const ImageIndex &index)
 {
     const QString r = Text::percentDecodeStrict(ref).value_or(ref);
-    if (r.startsWith(u"http://") || r.startsWith(u"https://"))
+    if (isWebAddress(r))
         return {}; // remote images always count as missing
     if (r.startsWith(u'/') || r.startsWith(u"file:", Qt::CaseInsensitive))
         return { std::nullopt, QCoreApplication::translate("Velloran", "outside the folder") };
@@ -243,6 +249,14 @@ QString missingImageEntry(const QString &title, const QString &ref, const QStrin
 
 namespace {
 
+/// Why an image that resolved to nothing is not attached: it is on the web, or not on disk.
+QString absenceReason(const QString &ref)
+{
+    return isWebAddress(Text::percentDecodeStrict(ref).value_or(ref))
+        ? QCoreApplication::translate("Velloran", "web images are not downloaded")
+        : QCoreApplication::translate("Velloran", "not found on disk");
+}
+
 /// Renders a note's text (frontmatter removed) and resolves, in order, every image the rendering meets:
 /// what the migration creates, and what the analysis counts.
 PreparedNote render(const QString &body, const QString &title, const QString &noteFolder, const QString &canonicalVault,
@@ -253,10 +267,12 @@ PreparedNote render(const QString &body, const QString &title, const QString &no
     prepared.html = std::move(output.html);
     for (const QString &ref : std::as_const(output.images)) {
         ImageResolution image = resolveImage(ref, noteFolder, canonicalVault, images);
-        if (image.file)
+        if (image.file) {
             prepared.attachments.append(*std::move(image.file));
-        else
-            prepared.imagesMissing.append(missingImageEntry(title, ref, image.reason));
+            continue;
+        }
+        prepared.imagesMissing.append(missingImageEntry(title, ref, image.reason));
+        prepared.imagesNotAttached.append({ ref, image.reason.isEmpty() ? absenceReason(ref) : image.reason });
     }
     return prepared;
 }
@@ -279,6 +295,11 @@ std::optional<PreparedNote> prepare(const VaultAnalysis::Note &note, const QUrl 
     static const ImageIndex noImages;
     return render(
         *text, note.title, QFileInfo(path).path(), canonicalVault, note.vaultImages ? *note.vaultImages : noImages);
+}
+
+QString titleOf(const QUrl &file)
+{
+    return withoutLastExtension(QFileInfo(file.toLocalFile()).fileName());
 }
 
 qint64 unreadableFileCount(const VaultAnalysis &analysis)
@@ -423,7 +444,7 @@ void analyse(ScannedFile &scanned, const QString &path, const QString &text, con
     VaultAnalysis::Note note;
     note.fileURL = QUrl::fromLocalFile(path);
     note.relativeFolder = relativeFolders(note.fileURL, context.vault);
-    note.title = withoutLastExtension(info.fileName());
+    note.title = titleOf(note.fileURL);
     note.id = QUuid::createUuid();
     note.vaultImages = context.images;
     const auto [body, stripped] = stripFrontmatter(text);

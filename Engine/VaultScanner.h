@@ -86,6 +86,9 @@ struct PreparedNote
     /// One entry per image that is not attached, as the report lists it: "title: reference", with the
     /// reason in parentheses when there is one.
     QStringList imagesMissing;
+    /// The same images as (reference as written, why it is not attached): a web image, one not found on
+    /// disk, or the reason the report gives in parentheses.
+    QList<std::pair<QString, QString>> imagesNotAttached;
 };
 
 /// Makes a note of an analysis ready for Notes, from the file as it is now: reads it (nothing when it can
@@ -101,6 +104,10 @@ std::optional<PreparedNote> prepare(const VaultAnalysis::Note &note, const QUrl 
 /// or earlier, and only YAML-looking lines between. Returns the text and whether a block was removed.
 /// Lines are split at "\n" alone, so a file with CRLF line ends is never stripped.
 std::pair<QString, bool> stripFrontmatter(const QString &content);
+
+/// A note's own title: its file's name without the last extension ("a.b.md" gives "a.b"). The scan
+/// numbers it when another note of that name goes to the same Notes folder (Note::titleRenamed).
+QString titleOf(const QUrl &file);
 
 /// How many of the analysis's unreadable entries are files (the rest are folders).
 qint64 unreadableFileCount(const VaultAnalysis &analysis);

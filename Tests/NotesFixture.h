@@ -52,10 +52,10 @@ public:
     NotesFixture(const NotesFixture &) = delete;
     NotesFixture &operator=(const NotesFixture &) = delete;
 
-    static constexpr const char *switches[]
-        = { "VELLORAN_FAKE_NOTES_DENY", "VELLORAN_FAKE_NOTES_TIMEOUT", "VELLORAN_FAKE_NOTES_FAIL_FOLDER",
-              "VELLORAN_FAKE_NOTES_FAIL_NOTE", "VELLORAN_FAKE_NOTES_DELAY_MS", "VELLORAN_FAKE_NOTES_OLD_NOTES",
-              "VELLORAN_FAKE_NOTES_HANG", "VELLORAN_FAKE_NOTES_CRASH", "VELLORAN_FAKE_NOTES_SILENT" };
+    static constexpr const char *switches[] = { "VELLORAN_FAKE_NOTES_DENY", "VELLORAN_FAKE_NOTES_TIMEOUT",
+        "VELLORAN_FAKE_NOTES_FAIL_FOLDER", "VELLORAN_FAKE_NOTES_FAIL_NOTE", "VELLORAN_FAKE_NOTES_DELAY_MS",
+        "VELLORAN_FAKE_NOTES_OLD_NOTES", "VELLORAN_FAKE_NOTES_NO_DATES", "VELLORAN_FAKE_NOTES_HANG",
+        "VELLORAN_FAKE_NOTES_CRASH", "VELLORAN_FAKE_NOTES_SILENT" };
 
     QString path(const QString &name) const { return m_dir.filePath(name); }
     /// What QDir::tempPath() gives while the fixture lives.

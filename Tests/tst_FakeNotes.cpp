@@ -47,6 +47,11 @@ QString readByIdProgram()
     return NotesExporter::folderReadByIdProgram.toString() + NotesExporter::stripSepsHandler.toString();
 }
 
+QString readWithDatesProgram()
+{
+    return NotesExporter::folderReadWithDatesProgram.toString() + NotesExporter::stripSepsHandler.toString();
+}
+
 /// Two accounts, each with a top-level "Notes" and an "Archive" one level down.
 const QByteArray twoAccounts = R"({
     "folders": [{"name": "Notes", "notes": [{"name": "A", "body": "<div>iCloud</div>"}],
@@ -135,6 +140,8 @@ private slots:
                 "  VELLORAN_FAKE_NOTES_DELAY_MS  Milliseconds to wait before answering.\n",
                 "  VELLORAN_FAKE_NOTES_LOG       A file to which each run appends one JSON line:\n",
                 "  VELLORAN_FAKE_NOTES_OLD_NOTES When set (and not 0), the list folder details and read folder by id\n",
+                "  VELLORAN_FAKE_NOTES_NO_DATES  When set (and not 0), only the read folder with dates program fails "
+                "to\n",
                 "  { \"folders\": [ { \"name\": \"Work\",\n", "    \"accounts\": [ { \"name\": \"On My Mac\",\n" })
             QVERIFY2(run.out.contains(line), line);
         QCOMPARE(fake({ u"-h"_s }).out, run.out);
@@ -284,6 +291,8 @@ private slots:
         QTest::addRow("list folder details") << detailsProgram() << QStringList() << u"list-folder-details"_s;
         QTest::addRow("read folder by id")
             << readByIdProgram() << QStringList { folderId(u"0-1"_s) } << u"read-folder-by-id"_s;
+        QTest::addRow("read folder with dates")
+            << readWithDatesProgram() << QStringList { folderId(u"0-1"_s) } << u"read-folder-with-dates"_s;
         QTest::addRow("count folders and notes")
             << NotesAccess::countProgram.toString() << QStringList() << u"count-folders-and-notes"_s;
     }
@@ -486,6 +495,71 @@ private slots:
         QCOMPARE(run.err,
             executionError(
                 path, detailsProgram(), u"folders"_s, u"Not authorized to send Apple events to Notes. (-1743)"_s));
+    }
+
+    void notesHaveIdsAndDates()
+    {
+        fixture->seed(R"({"folders": [{"name": "F", "notes": [
+            {"name": "A", "body": "<div>a</div>"},
+            {"name": "B", "body": "<div>b</div>", "id": "own-id", "created": "2024-03-01T09:30:00",
+             "modified": "2024-03-05T18:02:11"}]},
+            {"name": "G", "notes": [{"name": "C", "body": "<div>c</div>", "modified": "2025-12-31T23:59:59"}]}]})");
+        const QByteArray folderF
+            = (u"F"_s + US + u"A"_s + US + u"x-coredata://FakeNotes/ICNote/p1"_s + US + u"2024-01-01T09:00:00"_s + US
+                + u"2024-01-02T10:30:00"_s + US + u"<div>a</div>"_s + RS + u"F"_s + US + u"B"_s + US + u"own-id"_s + US
+                + u"2024-03-01T09:30:00"_s + US + u"2024-03-05T18:02:11"_s + US + u"<div>b</div>"_s + RS + u'\n')
+                  .toUtf8();
+        QCOMPARE(script(readWithDatesProgram(), { folderId(u"0-1"_s) }).out, folderF);
+        QCOMPARE(script(readWithDatesProgram(), { folderId(u"0-2"_s) }).out,
+            (u"G"_s + US + u"C"_s + US + u"x-coredata://FakeNotes/ICNote/p3"_s + US + u"2024-01-01T09:00:00"_s + US
+                + u"2025-12-31T23:59:59"_s + US + u"<div>c</div>"_s + RS + u'\n')
+                .toUtf8());
+
+        // A note made by a script takes the next id, and every id stays as it was across runs and --sync;
+        // only what the library gave is written back into the file.
+        const QString body = fixture->writeFile(u"body.html"_s, "<div>d</div>");
+        QCOMPARE(script(NotesBridge::createNoteProgram.toString(), { u"F"_s, QString(), u"D"_s, body }).out,
+            QByteArray("created\n"));
+        QCOMPARE(fake({ u"--sync"_s }).status, 0);
+        const QByteArray afterSync = script(readWithDatesProgram(), { folderId(u"0-1"_s) }).out;
+        QVERIFY(afterSync.startsWith(folderF.chopped(1)));
+        QVERIFY(afterSync.contains((US + u"x-coredata://FakeNotes/ICNote/p4"_s + US).toUtf8()));
+        const QJsonArray notes = fixture->folders().at(0).toObject().value(u"notes"_s).toArray();
+        QCOMPARE(notes.at(0).toObject().keys(), QStringList({ u"attachments"_s, u"body"_s, u"name"_s }));
+        QCOMPARE(notes.at(1).toObject().value(u"id"_s).toString(), u"own-id"_s);
+        QCOMPARE(notes.at(1).toObject().value(u"modified"_s).toString(), u"2024-03-05T18:02:11"_s);
+        QCOMPARE(notes.at(2).toObject().keys(), QStringList({ u"attachments"_s, u"body"_s, u"name"_s }));
+    }
+
+    void malformedDatesAreRefused()
+    {
+        const QString seed = fixture->writeFile(
+            u"seed.json"_s, R"({"folders": [{"name": "F", "notes": [{"name": "A", "created": "1 March 2024"}]}]})");
+        const Run run = fake({ u"--seed"_s, seed });
+        QCOMPARE(run.status, 1);
+        QVERIFY2(run.err.contains("folders[0].notes[0].created: must be a date and time like \"2024-03-01T09:30:00\""),
+            run.err.constData());
+    }
+
+    void aNotesWithoutDatesCompilesTheOtherPrograms()
+    {
+        fixture->seed(twoAccounts);
+        qputenv("VELLORAN_FAKE_NOTES_NO_DATES", "1");
+        QString path;
+        const Run run = script(readWithDatesProgram(), { folderId(u"0-1"_s) }, &path);
+        QCOMPARE(run.status, 1);
+        const qsizetype start = readWithDatesProgram().indexOf(u"«class isot»"_s);
+        QCOMPARE(run.err,
+            u"%1:%2:%3: syntax error: Expected end of line, etc. but found identifier. (-2741)\n"_s.arg(path)
+                .arg(start)
+                .arg(start + 12)
+                .toUtf8());
+        QCOMPARE(script(readByIdProgram(), { folderId(u"0-1"_s) }).status, 0);
+        QCOMPARE(script(detailsProgram(), {}).status, 0);
+        qunsetenv("VELLORAN_FAKE_NOTES_NO_DATES");
+        qputenv("VELLORAN_FAKE_NOTES_OLD_NOTES", "1");
+        QCOMPARE(script(readWithDatesProgram(), { folderId(u"0-1"_s) }).status, 1);
+        qunsetenv("VELLORAN_FAKE_NOTES_OLD_NOTES");
     }
 
     // Every folder of every account at any depth, and every note; a refusal like every other program's.

@@ -2,6 +2,7 @@
 // through the real script runners, with what it publishes on the way and the report at the end.
 
 #include "MarkdownLite.h"
+#include "MigrationPlan.h"
 #include "Migrator.h"
 #include "NotesFixture.h"
 #include "TestUtil.h"
@@ -17,6 +18,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
+
+#include <QCoro/QCoroTask>
 
 #include <memory>
 
@@ -934,6 +937,55 @@ private slots:
         QCOMPARE(changed.size(), 2);
         QVERIFY(!migrator.report());
         QVERIFY(!migrator.property("report").isValid());
+    }
+
+    // The plan names the same Notes folders, titles and attachments that the migration then makes.
+    void planAgreesWithTheMigrationOfTheExampleVault()
+    {
+        const QUrl url = QUrl::fromLocalFile(QStringLiteral(VELLORAN_SOURCE_DIR "/examples/vault"));
+        const VaultAnalysis analysis = VaultScanner::scan(url);
+        QCoro::Task<MigrationPlan> planning = MigrationPlanner::planChecked(analysis, url);
+        const MigrationPlan plan = QCoro::waitFor(planning);
+        QVERIFY(plan.notesChecked);
+        QCOMPARE(plan.count(PlannedNote::willBeCreated), 12);
+        qint64 attached = 0;
+        qint64 wikilinks = 0;
+        for (const PlannedNote &note : plan.notes) {
+            attached += note.imagesAttached.size();
+            wikilinks += note.wikilinks.size();
+        }
+
+        Migrator migrator;
+        QCoro::Task<> migrating = migrator.migrate(analysis, url);
+        QCoro::waitFor(migrating);
+        QVERIFY(migrator.report());
+        QCOMPARE(migrator.report()->notesCreated, plan.count(PlannedNote::willBeCreated));
+        QCOMPARE(migrator.report()->imagesAttached, attached);
+        QCOMPARE(migrator.report()->wikilinksDegraded, wikilinks);
+        QCOMPARE(migrator.report()->imagesMissing.size(), analysis.attachmentsMissing);
+
+        const QJsonObject root = fixture->folders().at(0).toObject();
+        QCOMPARE(root[u"name"_s].toString(), Migrator::rootFolderName);
+        for (const PlannedNote &note : plan.notes) {
+            QJsonObject folder = root;
+            if (note.folder.size() > 1) {
+                for (const QJsonValue sub : root[u"folders"_s].toArray()) {
+                    if (sub[u"name"_s].toString() == note.folder.at(1))
+                        folder = sub.toObject();
+                }
+                QCOMPARE(folder[u"name"_s].toString(), note.folder.at(1));
+            }
+            QStringList names;
+            for (const QJsonValue made : folder[u"notes"_s].toArray())
+                names.append(made[u"name"_s].toString());
+            QVERIFY2(names.contains(note.title), qPrintable(note.title));
+        }
+
+        // Once migrated, every note is there: a second migration would skip them all.
+        QCoro::Task<MigrationPlan> planningAgain = MigrationPlanner::planChecked(analysis, url);
+        const MigrationPlan again = QCoro::waitFor(planningAgain);
+        QCOMPARE(again.count(PlannedNote::alreadyInNotes), 12);
+        QCOMPARE(again.count(PlannedNote::willBeCreated), 0);
     }
 };
 

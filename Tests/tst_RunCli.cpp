@@ -1,5 +1,5 @@
 // Tests of velloran-cli's migrate, export and round-trip commands against the Notes stand-in: what they
-// print, their exit statuses, the progress line, and Ctrl-C.
+// print, their exit statuses, the progress line, Ctrl-C, and the dry run (which creates nothing).
 
 #include "NotesFixture.h"
 #include "TestUtil.h"
@@ -42,6 +42,121 @@ const QString exampleReport = u"Migration complete\n"
                               "7 wikilinks became underlined text references — Apple Notes has no API for creating "
                               "note-to-note links.\n"_s;
 
+// What migrate --dry-run lists.
+
+/// The notes of examples/vault as the dry run lists them while Apple Notes is not checked, in order.
+const QString exampleVaultNotes = u"2024-01-15\n"
+                                  "  Folder: Imported by Velloran / Journal\n"
+                                  "  Not checked whether it is already in Apple Notes\n"
+                                  "  Image attached: attachments/beach day.jpg\n"
+                                  "\n"
+                                  "2024-01-16\n"
+                                  "  Folder: Imported by Velloran / Journal\n"
+                                  "  Not checked whether it is already in Apple Notes\n"
+                                  "  Image not attached: https://example.com/cat.png — web images are not downloaded\n"
+                                  "\n"
+                                  "Ideas\n"
+                                  "  Folder: Imported by Velloran\n"
+                                  "  Not checked whether it is already in Apple Notes\n"
+                                  "  Wikilink becomes underlined text: Journal/2024-01-15\n"
+                                  "\n"
+                                  "Inbox\n"
+                                  "  Folder: Imported by Velloran\n"
+                                  "  Not checked whether it is already in Apple Notes\n"
+                                  "\n"
+                                  "Launch plan\n"
+                                  "  Folder: Imported by Velloran / Projects ▸ 2024 ▸ Q1\n"
+                                  "  Not checked whether it is already in Apple Notes\n"
+                                  "  Image not attached: missing-chart.png — not found on disk\n"
+                                  "  Tables preserved as real Notes tables\n"
+                                  "\n"
+                                  "Markdown cheatsheet\n"
+                                  "  Folder: Imported by Velloran / Reference\n"
+                                  "  Not checked whether it is already in Apple Notes\n"
+                                  "  Wikilink becomes underlined text: Reading list\n"
+                                  "  Tables preserved as real Notes tables\n"
+                                  "\n"
+                                  "Projects Overview\n"
+                                  "  Folder: Imported by Velloran / Projects\n"
+                                  "  Not checked whether it is already in Apple Notes\n"
+                                  "  Image attached: Projects/diagram.png\n"
+                                  "  Wikilink becomes underlined text: Roadmap\n"
+                                  "  Tables preserved as real Notes tables\n"
+                                  "\n"
+                                  "Reading list\n"
+                                  "  Folder: Imported by Velloran / Reference\n"
+                                  "  Not checked whether it is already in Apple Notes\n"
+                                  "  Wikilink becomes underlined text: Markdown cheatsheet\n"
+                                  "\n"
+                                  "Recipes\n"
+                                  "  Folder: Imported by Velloran / Reference\n"
+                                  "  Not checked whether it is already in Apple Notes\n"
+                                  "  Image attached: attachments/logo.png\n"
+                                  "  Image not attached: gone.jpg — not found on disk\n"
+                                  "\n"
+                                  "Retro\n"
+                                  "  Folder: Imported by Velloran / Projects ▸ 2024 ▸ Q1\n"
+                                  "  Not checked whether it is already in Apple Notes\n"
+                                  "  Wikilink becomes underlined text: Launch plan\n"
+                                  "\n"
+                                  "Roadmap\n"
+                                  "  Folder: Imported by Velloran / Projects\n"
+                                  "  Not checked whether it is already in Apple Notes\n"
+                                  "\n"
+                                  "Welcome\n"
+                                  "  Folder: Imported by Velloran\n"
+                                  "  Not checked whether it is already in Apple Notes\n"
+                                  "  Image attached: attachments/logo.png\n"
+                                  "  Wikilink becomes underlined text: Projects Overview\n"
+                                  "  Wikilink becomes underlined text: Reading list\n"_s;
+
+/// The notes of the small vault below, in the order the migration makes them, with what happens to each:
+/// `home` and `trip` say whether Notes has those two already, `others` the same of the other two.
+QString smallVaultNotes(const QString &home, const QString &trip, const QString &others)
+{
+    return u"Home\n"
+           "  Folder: Imported by Velloran\n"
+           "  "_s
+        + home
+        + u"\n"
+          "  Image attached: pic.png\n"
+          "  Image not attached: https://example.com/b.png — web images are not downloaded\n"
+          "  Image not attached: gone.jpg — not found on disk\n"
+          "  Wikilink becomes underlined text: Trip\n"
+          "\n"
+          "Note\n"
+          "  Folder: Imported by Velloran / Deep ▸ Er\n"
+          "  "_s
+        + others
+        + u"\n"
+          "\n"
+          "Trip\n"
+          "  Folder: Imported by Velloran / Travel\n"
+          "  "_s
+        + trip
+        + u"\n"
+          "  Tables preserved as real Notes tables\n"
+          "\n"
+          "trip (2) → renamed from “trip”\n"
+          "  Folder: Imported by Velloran / Travel\n"
+          "  "_s
+        + others
+        + u"\n"
+          "\n"
+          "Couldn't be read — will be listed as failed (1)\n"
+          "  bad.md — not UTF-8 text\n"_s;
+}
+
+/// The whole listing: the title, the summary line, then the notes (and what follows them).
+QString dryRun(const QString &summary, const QString &notes)
+{
+    return u"Dry run: nothing was created\n"_s + summary + u"\n\n"_s + notes;
+}
+
+const QString created = u"Will be created"_s;
+const QString skipped = u"Already in Apple Notes — will be skipped"_s;
+const QString unchecked = u"Not checked whether it is already in Apple Notes"_s;
+
 } // namespace
 
 class tst_RunCli : public QObject
@@ -64,6 +179,36 @@ class tst_RunCli : public QObject
                 count += sub.toObject().value(u"notes"_s).toArray().size();
         }
         return count;
+    }
+
+    /// A vault with a note at the root (images beside it, on the web and nowhere, and a wiki link), one in
+    /// a deep folder, a table, two notes of the same name in one folder, and a file that is not UTF-8.
+    void writeSmallVault() const
+    {
+        TestUtil::writeFile(vault, u"Home.md"_s,
+            "# Home\n![a](pic.png)\n![b](https://example.com/b.png)\n![[gone.jpg]]\nSee [[Trip]].\n");
+        TestUtil::writeFile(vault, u"pic.png"_s, "png");
+        TestUtil::writeFile(vault, u"Deep/Er/Note.md"_s, "text\n");
+        TestUtil::writeFile(vault, u"Travel/Trip.md"_s, "| a | b |\n|---|---|\n| 1 | 2 |\n");
+        TestUtil::writeFile(vault, u"Travel/trip.markdown"_s, "again\n");
+        TestUtil::writeFile(vault, u"bad.md"_s, QByteArray("caf\xe9", 4));
+    }
+
+    /// The stand-in's library as it prints it, from its store, without writing the file.
+    QByteArray printedLibrary() const
+    {
+        QProcess process;
+        process.start(QStringLiteral(VELLORAN_FAKE_OSASCRIPT), { u"--print"_s });
+        process.waitForFinished();
+        return process.readAllStandardOutput();
+    }
+
+    QStringList programsRun() const
+    {
+        QStringList programs;
+        for (const QJsonObject &run : fixture->runs())
+            programs.append(run.value(u"program"_s).toString());
+        return programs;
     }
 
     qsizetype runsOf(const QString &program) const
@@ -177,6 +322,181 @@ private slots:
                 + "\"]],\"notesMisfiled\":[],\"imagesAttached\":0,\"imagesMissing\":[],\"foldersFlattened\":[],"
                   "\"wikilinksDegraded\":0,\"stopped\":false}\n");
         QCOMPARE(json.exitCode, 1);
+    }
+
+    void dryRunListsEveryNoteAndCreatesNothing()
+    {
+        writeSmallVault();
+        fixture->seed(R"({"folders": [{"name": "Work", "notes": [{"name": "Plan", "body": "<div>Plan</div>"}]}]})");
+        const QByteArray libraryBefore = printedLibrary();
+        const QMap<QString, QByteArray> vaultBefore = TestUtil::hashTree(vault);
+        QFile file(fixture->libraryPath());
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QByteArray fileBefore = file.readAll();
+        file.close();
+
+        const TestUtil::CliResult r = runCli({ u"migrate"_s, u"--dry-run"_s, vault });
+        QCOMPARE(QString::fromUtf8(r.out),
+            dryRun(u"4 notes to create · 0 already in Apple Notes (skipped)"_s,
+                smallVaultNotes(created, created, created)));
+        QCOMPARE(r.err, QByteArray());
+        QCOMPARE(r.exitCode, 0);
+
+        // Only the folder list was read: there is no "Imported by Velloran" to read notes from.
+        QCOMPARE(programsRun(), QStringList { u"list-folder-details"_s });
+        QCOMPARE(printedLibrary(), libraryBefore);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll(), fileBefore);
+        QCOMPARE(TestUtil::hashTree(vault), vaultBefore);
+    }
+
+    // A note already in its Notes folder is listed as skipped, and the migration then skips exactly those.
+    void dryRunNotesAlreadyInNotesAreSkipped()
+    {
+        writeSmallVault();
+        fixture->seed(R"json({"folders": [{"name": "Imported by Velloran",
+            "notes": [{"name": "Home", "body": "<div>Home</div>"}, {"name": "Note", "body": "<div>Note</div>"}],
+            "folders": [{"name": "Travel", "notes": [{"name": "Trip", "body": "<div>Trip</div>"}]},
+                        {"name": "Elsewhere", "notes": [{"name": "trip (2)", "body": "<div>x</div>"}]}]}]})json");
+        const TestUtil::CliResult r = runCli({ u"migrate"_s, u"--dry-run"_s, vault });
+        QCOMPARE(QString::fromUtf8(r.out),
+            dryRun(u"2 notes to create · 2 already in Apple Notes (skipped)"_s,
+                smallVaultNotes(skipped, skipped, created)));
+        QCOMPARE(r.exitCode, 0);
+        // The root and Travel are read; Elsewhere, where no note goes, is not.
+        QCOMPARE(
+            programsRun(), (QStringList { u"list-folder-details"_s, u"read-folder-by-id"_s, u"read-folder-by-id"_s }));
+
+        const TestUtil::CliResult migrated = runCli({ u"migrate"_s, u"--json"_s, vault });
+        const QJsonObject report = QJsonDocument::fromJson(migrated.out).object();
+        QCOMPARE(report[u"notesCreated"_s].toInteger(), 2);
+        QCOMPARE(report[u"notesSkipped"_s].toInteger(), 2);
+    }
+
+    // Without osascript the dry run still lists every note, says why Notes was not checked, and succeeds.
+    // A Notes without the terms that give folder ids: the destination folders are read by name.
+    void dryRunOnANotesWithoutFolderIds()
+    {
+        writeSmallVault();
+        fixture->seed(R"json({"folders": [{"name": "Imported by Velloran",
+            "notes": [{"name": "Home", "body": "<div>Home</div>"}],
+            "folders": [{"name": "Travel", "notes": [{"name": "trip (2)", "body": "<div>x</div>"}]}]}]})json");
+        qputenv("VELLORAN_FAKE_NOTES_OLD_NOTES", "1");
+        const TestUtil::CliResult r = runCli({ u"migrate"_s, u"--dry-run"_s, u"--json"_s, vault });
+        QCOMPARE(r.exitCode, 0);
+        const QJsonObject plan = QJsonDocument::fromJson(r.out).object();
+        QCOMPARE(plan[u"notesChecked"_s].toBool(), true);
+        QStringList presence;
+        for (const QJsonValue note : plan[u"notes"_s].toArray())
+            presence.append(note[u"title"_s].toString() + u": "_s + note[u"inNotes"_s].toString());
+        QCOMPARE(presence, (QStringList { u"Home: exists"_s, u"Note: new"_s, u"Trip: new"_s, u"trip (2): exists"_s }));
+    }
+
+    void dryRunWhenOsascriptIsMissing()
+    {
+        const QString missing = fixture->path(u"no-such-osascript"_s);
+        QProcess launch;
+        launch.start(missing, {});
+        QVERIFY(!launch.waitForStarted());
+        writeSmallVault();
+        qputenv("VELLORAN_OSASCRIPT", missing.toUtf8());
+        const TestUtil::CliResult r = runCli({ u"migrate"_s, u"--dry-run"_s, vault });
+        QCOMPARE(QString::fromUtf8(r.out),
+            dryRun(u"4 notes to migrate"_s,
+                u"Apple Notes couldn't be read, so it is unknown which notes are already there (they would be "
+                "skipped): "_s
+                    + launch.errorString() + u"\n\n"_s + smallVaultNotes(unchecked, unchecked, unchecked)));
+        QCOMPARE(r.err, QByteArray());
+        QCOMPARE(r.exitCode, 0);
+    }
+
+    // The example vault before and after its migration: every note to create, then every note skipped.
+    void dryRunOfTheExampleVaultBeforeAndAfterItsMigration()
+    {
+        fixture->seed(R"({"folders": []})");
+        const TestUtil::CliResult before = runCli({ u"migrate"_s, u"--dry-run"_s, exampleVault });
+        QCOMPARE(QString::fromUtf8(before.out),
+            dryRun(u"12 notes to create · 0 already in Apple Notes (skipped)"_s,
+                QString(exampleVaultNotes).replace(unchecked, created)));
+        QCOMPARE(before.exitCode, 0);
+        QCOMPARE(fixture->folders(), QJsonArray());
+
+        QCOMPARE(runCli({ u"migrate"_s, exampleVault }).exitCode, 0);
+        const TestUtil::CliResult after = runCli({ u"migrate"_s, u"--dry-run"_s, exampleVault });
+        QCOMPARE(QString::fromUtf8(after.out),
+            dryRun(u"0 notes to create · 12 already in Apple Notes (skipped)"_s,
+                QString(exampleVaultNotes).replace(unchecked, skipped)));
+        QCOMPARE(after.exitCode, 0);
+    }
+
+    // Ctrl-C while Notes does not answer ends the check: the plan so far is printed, nothing is left behind.
+    void ctrlCEndsTheDryRunsCheck()
+    {
+        writeSmallVault();
+        qputenv("VELLORAN_FAKE_NOTES_HANG", "list-folder-details");
+        QProcess process;
+        process.start(QStringLiteral(VELLORAN_CLI), { u"migrate"_s, u"--dry-run"_s, u"--json"_s, vault });
+        QVERIFY(process.waitForStarted());
+        QTRY_VERIFY_WITH_TIMEOUT(programsRun().contains(u"list-folder-details"_s), 60000);
+        ::kill(pid_t(process.processId()), SIGINT);
+        QVERIFY(process.waitForFinished(60000));
+        QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(process.exitCode(), 130);
+        const QJsonObject plan = QJsonDocument::fromJson(process.readAllStandardOutput()).object();
+        QCOMPARE(plan[u"notesChecked"_s].toBool(), false);
+        QCOMPARE(plan[u"unknownReason"_s].toString(), u"stopped before Notes answered"_s);
+        QCOMPARE(plan[u"notes"_s].toArray().size(), 4);
+    }
+
+    void dryRunWhenAutomationIsRefused()
+    {
+        writeSmallVault();
+        qputenv("VELLORAN_FAKE_NOTES_DENY", "1");
+        const TestUtil::CliResult r = runCli({ u"migrate"_s, u"--dry-run"_s, u"--json"_s, vault });
+        QCOMPARE(r.exitCode, 0);
+        const QJsonObject plan = QJsonDocument::fromJson(r.out).object();
+        QCOMPARE(plan[u"notesChecked"_s].toBool(), false);
+        QCOMPARE(plan[u"unknownReason"_s].toString(), permissionText());
+        for (const QJsonValue note : plan[u"notes"_s].toArray())
+            QCOMPARE(note[u"inNotes"_s].toString(), u"unknown"_s);
+    }
+
+    void dryRunJson()
+    {
+        writeSmallVault();
+        fixture->seed(R"({"folders": [{"name": "Imported by Velloran",
+            "folders": [{"name": "Travel", "notes": [{"name": "Trip", "body": "<div>Trip</div>"}]}]}]})");
+        const TestUtil::CliResult r = runCli({ u"migrate"_s, u"--dry-run"_s, u"--json"_s, vault });
+        QCOMPARE(r.exitCode, 0);
+        QJsonParseError error;
+        const QJsonObject plan = QJsonDocument::fromJson(r.out, &error).object();
+        QCOMPARE(error.error, QJsonParseError::NoError);
+        const auto note = [](const QString &path, const QJsonArray &folder, const QString &title,
+                              const QString &renamedFrom, const QString &inNotes) {
+            return QJsonObject { { u"path"_s, path }, { u"folder"_s, folder }, { u"title"_s, title },
+                { u"renamedFrom"_s, renamedFrom }, { u"imagesAttached"_s, QJsonArray() },
+                { u"imagesNotAttached"_s, QJsonArray() }, { u"wikilinks"_s, QJsonArray() }, { u"hasTables"_s, false },
+                { u"failure"_s, QString() }, { u"inNotes"_s, inNotes } };
+        };
+        QJsonObject home = note(u"Home.md"_s, { u"Imported by Velloran"_s }, u"Home"_s, QString(), u"new"_s);
+        home[u"imagesAttached"_s] = QJsonArray { u"pic.png"_s };
+        home[u"imagesNotAttached"_s]
+            = QJsonArray { QJsonArray { u"https://example.com/b.png"_s, u"web images are not downloaded"_s },
+                  QJsonArray { u"gone.jpg"_s, u"not found on disk"_s } };
+        home[u"wikilinks"_s] = QJsonArray { u"Trip"_s };
+        QJsonObject trip
+            = note(u"Travel/Trip.md"_s, { u"Imported by Velloran"_s, u"Travel"_s }, u"Trip"_s, QString(), u"exists"_s);
+        trip[u"hasTables"_s] = true;
+        const QJsonObject expected { { u"notes"_s,
+                                         QJsonArray { home,
+                                             note(u"Deep/Er/Note.md"_s, { u"Imported by Velloran"_s, u"Deep ▸ Er"_s },
+                                                 u"Note"_s, QString(), u"new"_s),
+                                             trip,
+                                             note(u"Travel/trip.markdown"_s, { u"Imported by Velloran"_s, u"Travel"_s },
+                                                 u"trip (2)"_s, u"trip"_s, u"new"_s) } },
+            { u"unreadable"_s, QJsonArray { QJsonArray { u"bad.md"_s, u"not UTF-8 text"_s } } },
+            { u"notesChecked"_s, true }, { u"unknownReason"_s, QString() } };
+        QCOMPARE(plan, expected);
     }
 
     void usageErrors_data()

@@ -21,7 +21,15 @@ Item {
     // The stat rows, in order: {symbol, count, label}, as the engine words them.
     readonly property var rows: analysis ? Presenter.analysisRows(analysis) : []
 
+    // The details disclosure is open. Closed at first: the plan reads Apple Notes, so it is worked out
+    // only when asked for.
+    property bool detailsOpen: false
+    // What the details list: the plan's summary and one section per note, as the engine words them.
+    readonly property var details: Presenter.planOutcome(controller ? controller.plan : undefined)
+
     signal back()
+
+    ReturnKey { button: migrateButton }
 
     ColumnLayout {
         anchors.centerIn: parent
@@ -99,7 +107,115 @@ Item {
                 }
             }
         }
+        // Note by note, what the migration will do: the details need the scan itself, which only the
+        // controller holds.
+        ColumnLayout {
+            objectName: "details"
+            visible: view.controller !== null && view.controller.analysis !== undefined
+            spacing: 6
+            Layout.fillWidth: true
+
+            Button {
+                objectName: "detailsButton"
+                text: view.detailsOpen ? qsTr("Hide details") : qsTr("Show details")
+                flat: true
+                font.pixelSize: Theme.callout
+                Layout.alignment: Qt.AlignHCenter
+                Accessible.name: text
+                onClicked: {
+                    view.detailsOpen = !view.detailsOpen
+                    if (view.detailsOpen && view.controller.plan === undefined)
+                        view.controller.loadPlan()
+                }
+
+                FocusRing {}
+            }
+            Label {
+                objectName: "detailsChecking"
+                visible: view.detailsOpen && view.controller !== null && view.controller.isPlanning
+                text: qsTr("Checking Apple Notes…")
+                color: Theme.secondary
+                font.pixelSize: Theme.callout
+                Layout.alignment: Qt.AlignHCenter
+            }
+            Label {
+                objectName: "detailsSummary"
+                visible: view.detailsOpen && view.details.summary !== ""
+                text: view.details.summary
+                color: Theme.secondary
+                font.pixelSize: Theme.callout
+                Layout.alignment: Qt.AlignHCenter
+            }
+            ScrollView {
+                objectName: "detailsList"
+                visible: view.detailsOpen && view.details.sections.length > 0
+                clip: true
+                padding: 12
+                contentWidth: availableWidth
+                // As wide as the figures above, and as tall as the window leaves room for.
+                implicitWidth: 0
+                Layout.fillWidth: true
+                Layout.preferredHeight: Math.min(detailsColumn.implicitHeight + 2 * padding,
+                                                 Math.max(120, view.height - 430))
+                // A list taller than its room shows its scroll bar, so that the rest is not missed.
+                ScrollBar.vertical.policy: contentHeight > availableHeight ? ScrollBar.AlwaysOn : ScrollBar.AsNeeded
+
+                background: Rectangle {
+                    radius: 12
+                    color: Qt.rgba(Theme.primary.r, Theme.primary.g, Theme.primary.b, 0.04)
+                }
+
+                ColumnLayout {
+                    id: detailsColumn
+
+                    width: parent.width
+                    spacing: 10
+
+                    Repeater {
+                        model: view.details.sections
+
+                        ColumnLayout {
+                            required property var modelData
+
+                            spacing: 2
+                            Layout.fillWidth: true
+
+                            Label {
+                                visible: modelData.heading !== ""
+                                text: modelData.heading
+                                font.weight: Font.DemiBold
+                                elide: Text.ElideRight
+                                Layout.fillWidth: true
+                            }
+                            Repeater {
+                                model: modelData.entries
+
+                                Label {
+                                    required property string modelData
+
+                                    text: modelData
+                                    font.pixelSize: Theme.caption
+                                    wrapMode: Text.WordWrap
+                                    Layout.fillWidth: true
+                                    Layout.leftMargin: 12
+                                }
+                            }
+                            Label {
+                                visible: modelData.text !== ""
+                                text: modelData.text
+                                color: Theme.orange
+                                font.pixelSize: Theme.callout
+                                wrapMode: Text.WordWrap
+                                Layout.fillWidth: true
+                            }
+                        }
+                    }
+                }
+            }
+        }
         ProminentButton {
+            id: migrateButton
+
             objectName: "migrateButton"
             text: qsTr("Migrate to Apple Notes")
             icon.source: "icons/arrow.right.circle.fill.svg"
@@ -108,7 +224,10 @@ Item {
             Layout.preferredWidth: 280
             Layout.alignment: Qt.AlignHCenter
             Layout.topMargin: 6
+            Accessible.name: text
             onClicked: view.controller.migrate(view.migrator)
+
+            FocusRing {}
         }
         Button {
             objectName: "differentFolderButton"
@@ -116,7 +235,10 @@ Item {
             flat: true
             font.pixelSize: Theme.caption
             Layout.alignment: Qt.AlignHCenter
+            Accessible.name: text
             onClicked: view.back()
+
+            FocusRing {}
         }
     }
 }

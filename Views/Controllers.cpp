@@ -95,6 +95,9 @@ std::optional<Appearance> requestedAppearance()
 void useVelloranStyle()
 {
     desktopPalette();
+    // Tab reaches every button and toggle, not only text fields and lists, whatever the desktop's
+    // keyboard-navigation setting: each screen has to be usable without a mouse.
+    QGuiApplication::styleHints()->setTabFocusBehavior(Qt::TabFocusAllControls);
 #ifdef Q_OS_MACOS
     // macOS keeps its native controls and switches the palette between light and dark itself: only the
     // accent changes, so the system's palette goes on following the appearance.

@@ -9,8 +9,9 @@ class QQuickWindow;
 void registerControllerTypes();
 
 /// The controls style and the palette: Fusion where no native style is wanted, `ink` as the accent
-/// (highlight) colour everywhere. The appearance follows the desktop (macOS switches the palette itself);
-/// VELLORAN_APPEARANCE=dark or light forces one. Call once, before loading any QML.
+/// (highlight) colour everywhere; Tab reaches every control. The appearance follows the desktop (macOS
+/// switches the palette itself); VELLORAN_APPEARANCE=dark or light forces one. Call once, before loading
+/// any QML.
 void useVelloranStyle();
 
 /// The light and the dark appearance of the screens.

@@ -25,6 +25,13 @@ Item {
         implicitWidth: 220
         implicitHeight: 180
         hoverEnabled: true
+        // Read as a button: its title, then what it does.
+        Accessible.role: Accessible.Button
+        Accessible.name: text
+        Accessible.description: subtitle.replace(/\n/g, " ")
+        // Space presses it as any button; Return too, as the card is the screen's only choice.
+        Keys.onReturnPressed: clicked()
+        Keys.onEnterPressed: clicked()
 
         background: Rectangle {
             radius: 14
@@ -60,6 +67,8 @@ Item {
             }
             Item { Layout.fillHeight: true }
         }
+
+        FocusRing {}
     }
 
     Loader {

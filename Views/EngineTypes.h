@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Exporter.h"
+#include "MigrationPlan.h"
 #include "Migrator.h"
 #include "NotesExporter.h"
 #include "Presentation.h"
@@ -79,4 +80,19 @@ struct AnalysisRowForeign
     Q_GADGET
     QML_FOREIGN(Presentation::AnalysisRow)
     QML_VALUE_TYPE(analysisRow)
+};
+
+/// A migration worked out without running it (WizardController.plan).
+struct MigrationPlanForeign
+{
+    Q_GADGET
+    QML_FOREIGN(MigrationPlan)
+    QML_VALUE_TYPE(migrationPlan)
+};
+
+struct PlannedNoteForeign
+{
+    Q_GADGET
+    QML_FOREIGN(PlannedNote)
+    QML_VALUE_TYPE(plannedNote)
 };

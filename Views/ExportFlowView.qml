@@ -163,6 +163,7 @@ Item {
 
                     Symbol {
                         symbol: "exclamationmark.triangle.fill"
+                        meaning: qsTr("Warning")
                         size: Theme.caption + 2
                         color: Theme.orange
                     }
@@ -200,7 +201,10 @@ Item {
                             checked: flow.exportAll
                             ButtonGroup.group: scope
                             Layout.fillWidth: true
+                            Accessible.name: text
                             onClicked: flow.exportAll = true
+
+                            FocusRing {}
                         }
                         Button {
                             objectName: "chooseFoldersSegment"
@@ -209,7 +213,10 @@ Item {
                             checked: !flow.exportAll
                             ButtonGroup.group: scope
                             Layout.fillWidth: true
+                            Accessible.name: text
                             onClicked: flow.exportAll = false
+
+                            FocusRing {}
                         }
                     }
                     RowLayout {
@@ -249,20 +256,38 @@ Item {
                         ListView {
                             objectName: "folderList"
                             anchors.fill: parent
-                            anchors.margins: 8
+                            // The padding of 8 is half outside the list's clip and half inside, so that the
+                            // focus ring of a row at the edge is not cut off.
+                            anchors.margins: 4
+                            topMargin: 4
+                            bottomMargin: 4
+                            leftMargin: 4
+                            rightMargin: 4
                             clip: true
                             model: flow.exporter?.availableFolders ?? []
                             boundsBehavior: Flickable.StopAtBounds
+                            // Every row is made at once and kept, so that Tab walks the rows in their order
+                            // (a scrolled-out row made again would come last); folder lists are short.
+                            cacheBuffer: 100000
                             ScrollBar.vertical: ScrollBar {}
 
                             // A plain CheckBox: the macOS style sizes the control from its own indicator and
                             // label, so a custom content item there loops and widens the rows.
                             delegate: CheckBox {
                                 required property string modelData
+                                required property int index
 
                                 text: modelData
                                 checked: flow.selectedFolders.indexOf(modelData) >= 0
+                                Accessible.name: text
                                 onToggled: flow.toggleFolder(modelData, checked)
+                                // A row reached with Tab scrolls into view.
+                                onActiveFocusChanged: {
+                                    if (activeFocus)
+                                        ListView.view.positionViewAtIndex(index, ListView.Contain)
+                                }
+
+                                FocusRing {}
                             }
                         }
                     }
@@ -312,6 +337,7 @@ Item {
 
                         Symbol {
                             symbol: "exclamationmark.triangle.fill"
+                            meaning: qsTr("Warning")
                             size: Theme.caption + 2
                             color: Theme.red
                         }
@@ -329,14 +355,20 @@ Item {
                         Button {
                             objectName: "chooseDestinationButton"
                             text: qsTr("Choose Folder…")
+                            Accessible.name: text
                             onClicked: flow.chooseDestination()
+
+                            FocusRing {}
                         }
                         CheckBox {
                             objectName: "rememberFavourite"
                             text: qsTr("Remember as favourite folder")
                             font.pixelSize: Theme.callout
                             checked: flow.rememberFavourite
+                            Accessible.name: text
                             onToggled: flow.rememberFavourite = checked
+
+                            FocusRing {}
                         }
                     }
                 }
@@ -378,6 +410,7 @@ Item {
                                 }
 
                                 checked: shown()
+                                Accessible.name: text
                                 font.pixelSize: Theme.callout
                                 topPadding: 3
                                 bottomPadding: 3
@@ -389,19 +422,27 @@ Item {
                                     flow.setOption(modelData.option, checked)
                                     checked = Qt.binding(shown)
                                 }
+
+                                FocusRing {}
                             }
                         }
                     }
                 }
 
+                ReturnKey { button: exportButton }
                 ProminentButton {
+                    id: exportButton
+
                     objectName: "exportButton"
                     text: qsTr("Export to Markdown")
                     icon.source: "icons/arrow.up.doc.fill.svg"
                     highlighted: true
                     enabled: flow.canExport
                     Layout.alignment: Qt.AlignHCenter
+                    Accessible.name: text
                     onClicked: flow.runExport()
+
+                    FocusRing {}
                 }
                 Item { implicitHeight: 4 }
             }

@@ -20,6 +20,8 @@ Item {
 
     signal done()
 
+    ReturnKey { button: doneButton }
+
     ColumnLayout {
         anchors.fill: parent
         anchors.margins: 20
@@ -34,6 +36,9 @@ Item {
             symbol: view.hasIssues ? "exclamationmark.triangle.fill" : "checkmark.seal.fill"
             color: view.hasIssues ? Theme.orange : Theme.ink
             size: 48
+            // The outcome for a screen reader, which does not see the symbol's shape or colour.
+            meaning: view.result?.stopped ? qsTr("Stopped")
+                                            : view.hasIssues ? qsTr("Finished with issues") : qsTr("Complete")
             Layout.alignment: Qt.AlignHCenter
         }
         Label {
@@ -110,13 +115,21 @@ Item {
                 visible: view.destination !== undefined
                 text: qsTr("Reveal in Finder")
                 icon.source: "icons/arrow.up.forward.app.svg"
+                Accessible.name: text
                 onClicked: Qt.openUrlExternally(view.destination)
+
+                FocusRing {}
             }
             ProminentButton {
+                id: doneButton
+
                 objectName: "doneButton"
                 text: qsTr("Done")
                 highlighted: true
+                Accessible.name: text
                 onClicked: view.done()
+
+                FocusRing {}
             }
         }
         Item {

@@ -45,6 +45,7 @@ ColumnLayout {
         visible: panel.outcome !== undefined
         symbol: panel.ok ? "checkmark.seal.fill" : "exclamationmark.triangle.fill"
         color: panel.ok ? Theme.ink : Theme.orange
+        meaning: panel.ok ? qsTr("Granted") : qsTr("Warning")
         size: 40
         Layout.alignment: Qt.AlignHCenter
     }
@@ -109,18 +110,31 @@ ColumnLayout {
         Layout.alignment: Qt.AlignHCenter
 
         Button {
+            id: checkAgainButton
+
             objectName: "checkAgainButton"
             text: qsTr("Check again")
             enabled: !permissionCheck.isChecking
             highlighted: !panel.ok
+            Accessible.name: text
             onClicked: permissionCheck.run()
+
+            FocusRing {}
+        }
+        ReturnKey {
+            button: panel.ok ? continueButton : checkAgainButton
         }
         ProminentButton {
+            id: continueButton
+
             objectName: "continueButton"
             visible: panel.ok
             text: qsTr("Continue")
             highlighted: true
+            Accessible.name: text
             onClicked: panel.dismissed()
+
+            FocusRing {}
         }
     }
 }

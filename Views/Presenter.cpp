@@ -29,3 +29,10 @@ QVariantList Presenter::analysisRows(const QVariant &analysis)
         rows.append(QVariant::fromValue(row));
     return rows;
 }
+
+Presentation::Outcome Presenter::planOutcome(const QVariant &plan)
+{
+    if (plan.metaType() != QMetaType::fromType<MigrationPlan>())
+        return {}; // not worked out yet: not even the title
+    return Presentation::outcomeOf(gadgetFrom<MigrationPlan>(plan));
+}

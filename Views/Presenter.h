@@ -22,4 +22,7 @@ public:
     Q_INVOKABLE static Presentation::Outcome resultOutcome(const QVariant &result);
     /// The analysis screen's rows, each a Presentation::AnalysisRow.
     Q_INVOKABLE static QVariantList analysisRows(const QVariant &analysis);
+    /// What the analysis screen's details list of a plan (WizardController.plan); nothing (no title, no
+    /// sections) when `plan` holds none.
+    Q_INVOKABLE static Presentation::Outcome planOutcome(const QVariant &plan);
 };

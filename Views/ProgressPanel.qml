@@ -28,9 +28,14 @@ ColumnLayout {
         to: 1
         value: panel.value
         Layout.preferredWidth: 360
+        // A screen reader hears how far the run is, then the item in hand.
+        Accessible.name: qsTr("%1% done").arg(Math.round(panel.value * 100))
+        Accessible.description: progressLine.text
         Layout.alignment: Qt.AlignHCenter
     }
     Label {
+        id: progressLine
+
         objectName: "progressLine"
         text: panel.current === "" ? panel.placeholder : panel.current
         font.pixelSize: Theme.callout
@@ -55,10 +60,13 @@ ColumnLayout {
         flat: true
         text: panel.stopping ? qsTr("Stopping…") : qsTr("Stop")
         Layout.alignment: Qt.AlignHCenter
+        Accessible.name: text
         onClicked: {
             panel.stopping = true
             panel.stopRequested()
         }
+
+        FocusRing {}
     }
     Item { Layout.fillHeight: true }
 }

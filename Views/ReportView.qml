@@ -20,6 +20,8 @@ Item {
 
     signal done()
 
+    ReturnKey { button: doneButton }
+
     ColumnLayout {
         anchors.fill: parent
         anchors.margins: 20
@@ -30,6 +32,9 @@ Item {
             symbol: view.hasIssues ? "exclamationmark.triangle.fill" : "checkmark.seal.fill"
             color: view.hasIssues ? Theme.orange : Theme.ink
             size: 48
+            // The outcome for a screen reader, which does not see the symbol's shape or colour.
+            meaning: view.report?.stopped ? qsTr("Stopped")
+                                          : view.hasIssues ? qsTr("Finished with issues") : qsTr("Complete")
             Layout.alignment: Qt.AlignHCenter
         }
         Label {
@@ -109,13 +114,21 @@ Item {
                 objectName: "openNotesButton"
                 text: qsTr("Open Apple Notes")
                 icon.source: "icons/arrow.up.forward.app.svg"
+                Accessible.name: text
                 onClicked: Qt.openUrlExternally("notes://")
+
+                FocusRing {}
             }
             ProminentButton {
+                id: doneButton
+
                 objectName: "doneButton"
                 text: qsTr("Done")
                 highlighted: true
+                Accessible.name: text
                 onClicked: view.done()
+
+                FocusRing {}
             }
         }
     }

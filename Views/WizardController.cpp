@@ -29,6 +29,11 @@ QVariant WizardController::analysisValue() const
     return m_analysis ? QVariant::fromValue(Presentation::summaryOf(*m_analysis)) : QVariant();
 }
 
+QVariant WizardController::planValue() const
+{
+    return m_plan ? QVariant::fromValue(*m_plan) : QVariant();
+}
+
 QCoro::QmlTask WizardController::analyze(const QUrl &folder)
 {
     return scan(folder);
@@ -71,11 +76,42 @@ QCoro::QmlTask WizardController::migrate(Migrator *migrator)
     return migrator->migrate(*m_analysis, *m_vault.value());
 }
 
+QCoro::QmlTask WizardController::loadPlan()
+{
+    if (!m_analysis || !m_vault.value() || m_isPlanning)
+        return nothingToDo();
+    return makePlan(*m_analysis, *m_vault.value());
+}
+
+QCoro::Task<> WizardController::makePlan(VaultAnalysis analysis, QUrl vault)
+{
+    const QPointer<WizardController> self(this);
+    const quint64 generation = m_analysisGeneration;
+    m_isPlanning = true;
+    QCoro::Task<MigrationPlan> planning = MigrationPlanner::planChecked(std::move(analysis), std::move(vault));
+    MigrationPlan plan = co_await planning;
+    if (!self)
+        co_return;
+    if (generation == m_analysisGeneration)
+        setPlan(std::move(plan));
+    m_isPlanning = false;
+}
+
 void WizardController::setAnalysis(std::optional<VaultAnalysis> analysis)
 {
     // Every new analysis is announced, even one equal to the last; clearing twice is not.
     if (!analysis && !m_analysis)
         return;
+    ++m_analysisGeneration;
+    setPlan(std::nullopt);
     m_analysis = std::move(analysis);
     emit analysisChanged();
+}
+
+void WizardController::setPlan(std::optional<MigrationPlan> plan)
+{
+    if (!plan && !m_plan)
+        return;
+    m_plan = std::move(plan);
+    emit planChanged();
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "MigrationPlan.h"
 #include "Migrator.h"
 #include "VaultScanner.h"
 
@@ -26,6 +27,11 @@ class WizardController : public QObject
     /// What the analysis screen shows (a Presentation::AnalysisSummary), or undefined.
     Q_PROPERTY(QVariant analysis READ analysisValue NOTIFY analysisChanged)
     Q_PROPERTY(bool isAnalyzing READ isAnalyzing NOTIFY isAnalyzingChanged BINDABLE bindableIsAnalyzing)
+    /// What migrating the analysis would do, note by note (a MigrationPlan), once loadPlan has worked it
+    /// out; undefined before, and again whenever the analysis changes.
+    Q_PROPERTY(QVariant plan READ planValue NOTIFY planChanged)
+    /// loadPlan is working the plan out (reading Apple Notes, mostly).
+    Q_PROPERTY(bool isPlanning READ isPlanning NOTIFY isPlanningChanged BINDABLE bindableIsPlanning)
 
 public:
     using QObject::QObject;
@@ -35,6 +41,9 @@ public:
     bool isAnalyzing() const { return m_isAnalyzing; }
     QBindable<bool> bindableIsAnalyzing() { return &m_isAnalyzing; }
     const std::optional<VaultAnalysis> &analysis() const { return m_analysis; }
+    QVariant planValue() const;
+    bool isPlanning() const { return m_isPlanning; }
+    QBindable<bool> bindableIsPlanning() { return &m_isPlanning; }
 
     /// Scans `folder` in a background task; when the scan ends, sets vault, then analysis, then clears
     /// isAnalyzing. Two scans may overlap: the one that ends last wins. QML can wait for it with `.then()`.
@@ -46,19 +55,32 @@ public:
     /// Migrates the held analysis with `migrator`, which publishes its progress and report; QML can wait
     /// for the run's end with `.then()`. Does nothing without an analysis.
     Q_INVOKABLE QCoro::QmlTask migrate(Migrator *migrator);
+    /// Works out in the background what migrating the held analysis would do, checking which notes Apple
+    /// Notes already has, and publishes it as plan; creates nothing. Does nothing without an analysis or
+    /// while a plan is being worked out. A plan of an analysis that has since changed is dropped.
+    Q_INVOKABLE QCoro::QmlTask loadPlan();
 
 signals:
     void vaultChanged();
     void analysisChanged();
     void isAnalyzingChanged();
+    void planChanged();
+    void isPlanningChanged();
 
 private:
     QCoro::Task<> scan(QUrl folder);
     void setAnalysis(std::optional<VaultAnalysis> analysis);
+    QCoro::Task<> makePlan(VaultAnalysis analysis, QUrl vault);
+    void setPlan(std::optional<MigrationPlan> plan);
 
     // Each announces a change, and only a change, through its signal.
     Q_OBJECT_BINDABLE_PROPERTY(WizardController, std::optional<QUrl>, m_vault, &WizardController::vaultChanged)
     Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(
         WizardController, bool, m_isAnalyzing, false, &WizardController::isAnalyzingChanged)
+    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(
+        WizardController, bool, m_isPlanning, false, &WizardController::isPlanningChanged)
     std::optional<VaultAnalysis> m_analysis;
+    /// Counts the analyses set: a plan is kept only if the analysis it was made from is still the one held.
+    quint64 m_analysisGeneration = 0;
+    std::optional<MigrationPlan> m_plan;
 };

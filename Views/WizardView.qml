@@ -112,6 +112,13 @@ Pane {
         }
     }
 
+    // Escape goes back to the start, as the back button does, whenever that button is shown.
+    Shortcut {
+        sequence: "Escape"
+        enabled: backButton.visible
+        onActivated: wizard.goHome()
+    }
+
     FolderDialog {
         id: folderPanel
 
@@ -153,6 +160,8 @@ Pane {
                 ToolTip.delay: 500
                 Accessible.name: help
                 onClicked: wizard.goHome()
+
+                FocusRing {}
             }
             Symbol {
                 objectName: "wordmarkSymbol"
@@ -325,7 +334,10 @@ Pane {
                 visible: !wizard.isAnalyzing
                 text: qsTr("Choose Folder…")
                 Layout.alignment: Qt.AlignHCenter
+                Accessible.name: text
                 onClicked: wizard.pickFolder()
+
+                FocusRing {}
             }
             Item { Layout.fillHeight: true }
         }

@@ -5,6 +5,13 @@
 #include <QSet>
 #include <QString>
 
+#include "NotesExporter.h"
+
+#include <QDateTime>
+#include <QList>
+#include <QStringList>
+
+#include <memory>
 #include <optional>
 #include <utility>
 
@@ -71,8 +78,50 @@ struct NewFile
 NewFile writeNewFile(
     const QString &folder, const QString &base, const QByteArray &bytes, RunNames &names, ClaimMethod &method);
 
+/// Writes `bytes` into a new temporary file in `folder` and renames it to `folder/fileName`, replacing the
+/// file of that name at once: a reader sees the old file or the new one. A symbolic link of that name is
+/// replaced itself, never written through. Gives the system's description of the failure, if there is one;
+/// a failure leaves the old file as it was and no temporary file behind.
+std::optional<QString> replaceFile(const QString &folder, const QString &fileName, const QByteArray &bytes);
+
 /// The text of one exported file: a "# " heading with the note's name, an empty line, the Markdown and
 /// a final line feed.
 QString fileContent(const QString &noteName, const QString &markdown);
+
+/// The YAML frontmatter that keeps a note's dates, to go before its heading: "---", "created: " and
+/// "modified: " each with its date as ISO 8601 local time ("2024-03-01T09:30:00"), "---", each on a line
+/// of its own. A date that Notes did not give is left out, and with neither there is none.
+QByteArray datesFrontmatter(const NoteRecord &note);
+
+/// Sets the modification time of the file at `path` (not of what a symbolic link there points to) to
+/// `time`, to the second. A failure is ignored: the file itself is written.
+void setModificationTime(const QString &path, const QDateTime &time);
+
+/// Writes the notes of one export run, each as a new file, or, when the run updates a previous export,
+/// over the file that export wrote for it; and keeps the record of the export (see ExportManifest.h)
+/// whenever the notes carry their ids.
+class RunWriter
+{
+public:
+    RunWriter(const QString &destination, const QList<NoteRecord> &notes, const ExportOptions &options,
+        const QStringList &foldersRead, Result &result);
+    ~RunWriter();
+    RunWriter(const RunWriter &) = delete;
+    RunWriter &operator=(const RunWriter &) = delete;
+
+    /// Why the run cannot start (the record of the export to update cannot be read); empty when it can.
+    QString failure() const;
+    /// Writes `bytes` for `note`, whose file goes into `subfolder` (at `folderPath`) named after `base`
+    /// when it is new, and counts it in the result.
+    void write(const NoteRecord &note, const QString &subfolder, const QString &folderPath, const QString &base,
+        const QByteArray &bytes, RunNames &names, ClaimMethod &method);
+    /// Lists the recorded notes gone from the folders read and writes the record. A run stopped before its
+    /// end records what it wrote, and keeps the entries of the notes it did not reach.
+    void finish();
+
+private:
+    struct State;
+    std::unique_ptr<State> m_state;
+};
 
 } // namespace NotesExporter

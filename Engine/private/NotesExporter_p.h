@@ -147,6 +147,49 @@ inline constexpr QStringView folderReadByIdProgram
       u"    return out\n"
       u"end run\n";
 
+/// argv: a folder's id. Prints what folderReadByIdProgram prints for that folder, with three more fields
+/// between the note's name and its body: the note's id, and its creation and modification dates as
+/// ISO 8601 text in local time ("2024-03-01T09:30:00", through AppleScript's «class isot» coercion). A
+/// date that Notes does not give is empty. A folder that does not exist is an error (-1728).
+inline constexpr QStringView folderReadWithDatesProgram
+    = u"on run argv\n"
+      u"    set fId to item 1 of argv\n"
+      u"    set rows to {}\n"
+      u"    tell application \"Notes\"\n"
+      u"        set f to folder id fId\n"
+      u"        set fClean to my stripSeps(name of f)\n"
+      u"        repeat with n in notes of f\n"
+      u"            set noteName to \"(untitled)\"\n"
+      u"            try\n"
+      u"                set noteName to my stripSeps(name of n)\n"
+      u"            end try\n"
+      u"            set noteId to my stripSeps(id of n)\n"
+      u"            set createdText to \"\"\n"
+      u"            try\n"
+      u"                set createdText to (creation date of n) as «class isot» as string\n"
+      u"            end try\n"
+      u"            set modifiedText to \"\"\n"
+      u"            try\n"
+      u"                set modifiedText to (modification date of n) as «class isot» as string\n"
+      u"            end try\n"
+      u"            set noteBody to \"\"\n"
+      u"            try\n"
+      u"                set noteBody to my stripSeps(body of n)\n"
+      u"            on error errMsg\n"
+      u"                set noteBody to \"<div>[Velloran: could not read this note's body — \" & "
+      u"my stripSeps(errMsg) & \"]</div>\"\n"
+      u"            end try\n"
+      u"            set end of rows to fClean & \"\u001F\" & noteName & \"\u001F\" & noteId & \"\u001F\" & "
+      u"createdText & \"\u001F\" & modifiedText & \"\u001F\" & noteBody\n"
+      u"        end repeat\n"
+      u"    end tell\n"
+      u"    set end of rows to \"\"\n"
+      u"    set AppleScript's text item delimiters to \"\u001E\"\n"
+      u"    set out to rows as text\n"
+      u"    set AppleScript's text item delimiters to \"\"\n"
+      u"    return out\n"
+      u"end run\n";
+
 /// The folders of a folder details output, in order. Each field is trimmed of white space and line
 /// breaks; pieces with fewer than four fields, or with an empty id or name, are skipped.
 QList<FolderEntry> parseFolderDetails(const QString &output);
@@ -159,6 +202,10 @@ bool isCompileFailure(QStringView message);
 /// three fields, are skipped. Every field after the second belongs to the body, so a body holding a field
 /// separator survives whole; one holding a record separator is cut there. Fields are not trimmed.
 QList<NoteRecord> parseRecords(const QString &output);
+
+/// The note records of a folder read with dates, in order: as parseRecords, with the id and the dates
+/// between name and body. A date that is empty or not ISO 8601 is left empty (a null QDateTime).
+QList<NoteRecord> parseRecordsWithDates(const QString &output);
 
 /// `text` without any record or field separator.
 QString stripFieldSeparators(QStringView text);

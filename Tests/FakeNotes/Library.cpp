@@ -1,5 +1,6 @@
 #include "Library.h"
 
+#include <QDateTime>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -39,7 +40,11 @@ public:
         if (!value.isObject())
             return fail(u"%1: a note must be an object"_s.arg(where));
         const QJsonObject object = value.toObject();
-        if (!keysAllowed(object, { u"name"_s, u"body"_s, u"attachments"_s }, where))
+        if (!keysAllowed(
+                object, { u"name"_s, u"body"_s, u"attachments"_s, u"id"_s, u"created"_s, u"modified"_s }, where))
+            return false;
+        if (!readOptionalText(object, u"id"_s, where, note.id) || !readDate(object, u"created"_s, where, note.created)
+            || !readDate(object, u"modified"_s, where, note.modified))
             return false;
         if (object.contains(u"name"_s)) {
             if (!object.value(u"name"_s).isString())
@@ -50,6 +55,27 @@ public:
             return fail(u"%1.body: must be a string"_s.arg(where));
         note.body = object.value(u"body"_s).toString();
         return readStrings(object.value(u"attachments"_s), where + u".attachments"_s, note.attachments);
+    }
+
+    bool readOptionalText(
+        const QJsonObject &object, const QString &key, const QString &where, std::optional<QString> &text)
+    {
+        if (!object.contains(key))
+            return true;
+        if (!object.value(key).isString() || object.value(key).toString().isEmpty())
+            return fail(u"%1.%2: must be a non-empty string"_s.arg(where, key));
+        text = object.value(key).toString();
+        return true;
+    }
+
+    /// A date as Notes gives it through AppleScript's ISO 8601 coercion: local time, to the second.
+    bool readDate(const QJsonObject &object, const QString &key, const QString &where, std::optional<QString> &date)
+    {
+        if (!readOptionalText(object, key, where, date))
+            return false;
+        if (date && !QDateTime::fromString(*date, u"yyyy-MM-ddTHH:mm:ss"_s).isValid())
+            return fail(u"%1.%2: must be a date and time like \"2024-03-01T09:30:00\""_s.arg(where, key));
+        return true;
     }
 
     bool readStrings(const QJsonValue &value, const QString &where, QStringList &strings)
@@ -134,6 +160,12 @@ QJsonObject noteToJson(const Note &note)
         object.insert(u"name"_s, *note.name);
     object.insert(u"body"_s, note.body);
     object.insert(u"attachments"_s, QJsonArray::fromStringList(note.attachments));
+    // Only what the library gave: made-up ids and the fixed dates are not written out.
+    for (const auto &[key, value] : { std::pair { u"id"_s, note.id }, std::pair { u"created"_s, note.created },
+             std::pair { u"modified"_s, note.modified } }) {
+        if (value)
+            object.insert(key, *value);
+    }
     return object;
 }
 

@@ -24,6 +24,12 @@ struct Note
     QString body;
     /// The file names of the note's attachments, in the order they were added.
     QStringList attachments;
+    /// The note's `id`, when the library gives one; otherwise the store makes one up (see Store::notes).
+    std::optional<QString> id {};
+    /// The note's creation and modification dates as ISO 8601 text without a zone ("2024-03-01T09:30:00"),
+    /// when the library gives them; otherwise fixed dates stand in.
+    std::optional<QString> created {};
+    std::optional<QString> modified {};
 };
 
 struct Folder

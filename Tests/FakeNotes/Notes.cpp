@@ -153,6 +153,8 @@ public:
             return listFolderDetails();
         case Program::readFolderById:
             return readFolderById();
+        case Program::readFolderWithDates:
+            return readFolderWithDates();
         case Program::countFoldersAndNotes:
             return countFoldersAndNotes();
         }
@@ -286,6 +288,9 @@ private:
         return out;
     }
 
+    /// The folder read by its id, with each note's id and dates between its name and its body.
+    QString readFolderWithDates() { return readFolderById(true); }
+
     /// Every folder of every account at every depth, as the folder lists name them, and every note.
     QString countFoldersAndNotes()
     {
@@ -294,7 +299,7 @@ private:
     }
 
     /// The folder read by its id: an error when there is none, bodies without separators.
-    QString readFolderById()
+    QString readFolderById(bool withDates = false)
     {
         const QString id = item(1, u"item 1 of argv"_s);
         const QString source = u"folder id fId"_s;
@@ -311,7 +316,10 @@ private:
             if (note.name && m_switches.failingNotes.contains(*note.name))
                 body = u"<div>[Velloran: could not read this note's body — "_s
                     + u"Notes got an error: AppleEvent handler failed."_s + u"]</div>"_s;
-            out += folderClean + fieldSep + noteName + fieldSep + body + recordSep;
+            const QString dates = withDates ? stripSeps(note.id.value_or(QString())) + fieldSep
+                    + note.created.value_or(QString()) + fieldSep + note.modified.value_or(QString()) + fieldSep
+                                            : QString();
+            out += folderClean + fieldSep + noteName + fieldSep + dates + body + recordSep;
         }
         return out;
     }
@@ -359,7 +367,9 @@ QByteArray executionError(const QString &scriptPath, const QString &scriptText, 
 QByteArray notCompiled(const QString &scriptPath, Program program)
 {
     const QString text = FakePrograms::text(program);
-    const QString term = program == Program::listFolderDetails ? u"container"_s : u"id fId"_s;
+    const QString term = program == Program::listFolderDetails ? u"container"_s
+        : program == Program::readFolderWithDates              ? u"«class isot»"_s
+                                                               : u"id fId"_s;
     const qsizetype start = std::max<qsizetype>(0, text.indexOf(term));
     return u"%1:%2:%3: syntax error: Expected end of line, etc. but found identifier. (-2741)\n"_s.arg(scriptPath)
         .arg(start)
@@ -383,6 +393,7 @@ Switches Switches::fromEnvironment()
     switches.failingNotes = namesFrom("VELLORAN_FAKE_NOTES_FAIL_NOTE");
     switches.delayMs = qEnvironmentVariableIntValue("VELLORAN_FAKE_NOTES_DELAY_MS");
     switches.oldNotes = switchIsOn("VELLORAN_FAKE_NOTES_OLD_NOTES");
+    switches.noDates = switchIsOn("VELLORAN_FAKE_NOTES_NO_DATES");
     return switches;
 }
 
@@ -407,7 +418,8 @@ QString bodyAsStored(const QString &name, const QString &html)
 Outcome perform(Program program, const QString &scriptPath, const QStringList &args, const QString &libraryPath,
     const Switches &switches)
 {
-    if (switches.oldNotes && FakePrograms::isNewer(program))
+    if ((switches.oldNotes && FakePrograms::isNewer(program))
+        || (switches.noDates && program == Program::readFolderWithDates))
         return { {}, notCompiled(scriptPath, program), 1 };
     if (switches.delayMs > 0)
         QThread::msleep(ulong(switches.delayMs));

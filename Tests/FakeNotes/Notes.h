@@ -27,6 +27,9 @@ struct Switches
     /// VELLORAN_FAKE_NOTES_OLD_NOTES: Notes as an older system has it, without the terms the folder
     /// details and read-by-id programs use: they fail to compile (-2741).
     bool oldNotes = false;
+    /// VELLORAN_FAKE_NOTES_NO_DATES: a Notes that does not give the notes' ids and dates: the program that
+    /// reads them fails to compile (-2741), while the other programs run.
+    bool noDates = false;
 
     static Switches fromEnvironment();
 };

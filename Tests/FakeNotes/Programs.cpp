@@ -155,6 +155,43 @@ constexpr char readFolderByIdText[] = R"as(on run argv
 end run
 )as";
 
+constexpr char readFolderWithDatesText[] = R"as(on run argv
+    set fId to item 1 of argv
+    set rows to {}
+    tell application "Notes"
+        set f to folder id fId
+        set fClean to my stripSeps(name of f)
+        repeat with n in notes of f
+            set noteName to "(untitled)"
+            try
+                set noteName to my stripSeps(name of n)
+            end try
+            set noteId to my stripSeps(id of n)
+            set createdText to ""
+            try
+                set createdText to (creation date of n) as «class isot» as string
+            end try
+            set modifiedText to ""
+            try
+                set modifiedText to (modification date of n) as «class isot» as string
+            end try
+            set noteBody to ""
+            try
+                set noteBody to my stripSeps(body of n)
+            on error errMsg
+                set noteBody to "<div>[Velloran: could not read this note's body — " & my stripSeps(errMsg) & "]</div>"
+            end try
+            set end of rows to fClean & "<US>" & noteName & "<US>" & noteId & "<US>" & createdText & "<US>" & modifiedText & "<US>" & noteBody
+        end repeat
+    end tell
+    set end of rows to ""
+    set AppleScript's text item delimiters to "<RS>"
+    set out to rows as text
+    set AppleScript's text item delimiters to ""
+    return out
+end run
+)as";
+
 constexpr char countFoldersAndNotesText[] = R"as(on run argv
     tell application "Notes"
         set folderCount to count of folders
@@ -164,9 +201,9 @@ constexpr char countFoldersAndNotesText[] = R"as(on run argv
 end run
 )as";
 
-constexpr Program allPrograms[]
-    = { Program::ensureFolder, Program::ensureSubfolder, Program::createNote, Program::listFolders, Program::readFolder,
-          Program::listFolderDetails, Program::readFolderById, Program::countFoldersAndNotes };
+constexpr Program allPrograms[] = { Program::ensureFolder, Program::ensureSubfolder, Program::createNote,
+    Program::listFolders, Program::readFolder, Program::listFolderDetails, Program::readFolderById,
+    Program::readFolderWithDates, Program::countFoldersAndNotes };
 
 QString expand(const char *text)
 {
@@ -195,6 +232,8 @@ QString text(Program program)
         return expand(listFolderDetailsText) + expand(stripSepsText);
     case Program::readFolderById:
         return expand(readFolderByIdText) + expand(stripSepsText);
+    case Program::readFolderWithDates:
+        return expand(readFolderWithDatesText) + expand(stripSepsText);
     case Program::countFoldersAndNotes:
         return expand(countFoldersAndNotesText);
     }
@@ -218,6 +257,8 @@ QString name(Program program)
         return u"list-folder-details"_s;
     case Program::readFolderById:
         return u"read-folder-by-id"_s;
+    case Program::readFolderWithDates:
+        return u"read-folder-with-dates"_s;
     case Program::countFoldersAndNotes:
         return u"count-folders-and-notes"_s;
     }
@@ -226,7 +267,8 @@ QString name(Program program)
 
 bool isNewer(Program program)
 {
-    return program == Program::listFolderDetails || program == Program::readFolderById;
+    return program == Program::listFolderDetails || program == Program::readFolderById
+        || program == Program::readFolderWithDates;
 }
 
 std::optional<Program> recognise(const QString &script)

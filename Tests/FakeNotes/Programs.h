@@ -18,6 +18,8 @@ enum class Program {
     listFolderDetails,
     /// Reads one folder picked by its id.
     readFolderById,
+    /// Reads one folder picked by its id, with each note's id and dates.
+    readFolderWithDates,
     /// Counts the folders and notes (the permission check).
     countFoldersAndNotes,
 };
@@ -29,8 +31,8 @@ bool isNewer(Program program);
 QString text(Program program);
 
 /// The name under which runs of `program` are logged: "ensure-folder", "ensure-subfolder",
-/// "create-note", "list-folders", "read-folder", "list-folder-details", "read-folder-by-id" or
-/// "count-folders-and-notes".
+/// "create-note", "list-folders", "read-folder", "list-folder-details", "read-folder-by-id",
+/// "read-folder-with-dates" or "count-folders-and-notes".
 QString name(Program program);
 
 /// The program whose text is exactly `script`, if any.

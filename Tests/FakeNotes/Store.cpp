@@ -21,12 +21,17 @@ namespace FakeLibrary {
 namespace {
 
 /// Bumped whenever the tables change: a store made by another version is rebuilt from the library file.
-constexpr char16_t storeFormat[] = u"1";
+constexpr char16_t storeFormat[] = u"2";
 
 /// How long a run waits for the run before it to finish.
 constexpr int waitMs = 10 * 60 * 1000;
 
 const QString idPrefix = u"x-coredata://FakeNotes/ICFolder/p"_s;
+const QString noteIdPrefix = u"x-coredata://FakeNotes/ICNote/p"_s;
+
+/// The dates of a note that the library gives none for.
+constexpr char16_t fixedCreated[] = u"2024-01-01T09:00:00";
+constexpr char16_t fixedModified[] = u"2024-01-02T10:30:00";
 
 /// The library file as the file system describes it. Any write or replacement changes the signature,
 /// short of a write in place, of the same size, within the same tick of the file system's clock (a few
@@ -131,9 +136,10 @@ const char *const schema[] = {
     "CREATE INDEX folder_children ON folder (account, parent, name)",
     "CREATE INDEX folder_by_id ON folder (id)",
     // Notes in the order they were added (row order); `name` is NULL when Notes cannot give it, and
-    // `attachments` is a JSON array of file names.
+    // `attachments` is a JSON array of file names. `id`, `created` and `modified` are NULL unless the
+    // library gave them.
     "CREATE TABLE note (row INTEGER PRIMARY KEY, folder INTEGER NOT NULL, name TEXT, body TEXT NOT NULL, "
-    "attachments TEXT NOT NULL)",
+    "attachments TEXT NOT NULL, id TEXT, created TEXT, modified TEXT)",
     "CREATE INDEX note_by_folder ON note (folder)",
     "CREATE INDEX note_by_name ON note (folder, name)",
     // What the store knows of the library file: `file` (its signature when last read or written),
@@ -411,16 +417,25 @@ void Store::addNote(const StoredFolder &folder, const Note &note)
 
 void Store::insertNote(const StoredFolder &folder, const Note &note)
 {
-    query("INSERT INTO note (folder, name, body, attachments) VALUES (?, ?, ?, ?)",
-        { folder.row, note.name ? text(*note.name) : QVariant(), text(note.body), attachmentsText(note.attachments) });
+    const auto optional = [](const std::optional<QString> &value) { return value ? text(*value) : QVariant(); };
+    query("INSERT INTO note (folder, name, body, attachments, id, created, modified) VALUES (?, ?, ?, ?, ?, ?, ?)",
+        { folder.row, optional(note.name), text(note.body), attachmentsText(note.attachments), optional(note.id),
+            optional(note.created), optional(note.modified) });
 }
 
 QList<Note> Store::notes(const StoredFolder &folder)
 {
-    QSqlQuery &found = query("SELECT name, body FROM note WHERE folder = ? ORDER BY row", { folder.row });
+    QSqlQuery &found = query(
+        "SELECT name, body, row, id, created, modified FROM note WHERE folder = ? ORDER BY row", { folder.row });
     QList<Note> notes;
-    while (found.next())
-        notes.append(Note { optionalText(found.value(0)), found.value(1).toString(), {} });
+    while (found.next()) {
+        // A note that the library gives no id keeps the one made from its row for as long as the store
+        // holds it: the rows of a library read in follow its order, and a new note takes the next row.
+        notes.append(Note { optionalText(found.value(0)), found.value(1).toString(), {},
+            optionalText(found.value(3)).value_or(noteIdPrefix + QString::number(found.value(2).toLongLong())),
+            optionalText(found.value(4)).value_or(QStringView(fixedCreated).toString()),
+            optionalText(found.value(5)).value_or(QStringView(fixedModified).toString()) });
+    }
     return notes;
 }
 
@@ -456,10 +471,12 @@ QList<FolderDetails> Store::folderDetails()
 Library Store::library()
 {
     QHash<qint64, QList<Note>> notesOf;
-    QSqlQuery &notes = query("SELECT folder, name, body, attachments FROM note ORDER BY row", {});
+    QSqlQuery &notes
+        = query("SELECT folder, name, body, attachments, id, created, modified FROM note ORDER BY row", {});
     while (notes.next()) {
-        notesOf[notes.value(0).toLongLong()].append(Note {
-            optionalText(notes.value(1)), notes.value(2).toString(), attachmentsFrom(notes.value(3).toString()) });
+        notesOf[notes.value(0).toLongLong()].append(
+            Note { optionalText(notes.value(1)), notes.value(2).toString(), attachmentsFrom(notes.value(3).toString()),
+                optionalText(notes.value(4)), optionalText(notes.value(5)), optionalText(notes.value(6)) });
     }
 
     // Folders by what holds them: a parent folder's row, or minus one minus the account's number at the

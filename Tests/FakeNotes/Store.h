@@ -92,7 +92,9 @@ public:
     bool hasNoteNamed(const StoredFolder &folder, const QString &name);
     /// Adds `note` to `folder`, after its other notes.
     void addNote(const StoredFolder &folder, const Note &note);
-    /// The notes of `folder`, in order; their attachments are left out.
+    /// The notes of `folder`, in order; their attachments are left out. A note that the library gives no
+    /// id has "x-coredata://FakeNotes/ICNote/p" and its row (stable while the store holds it); one without
+    /// dates was created 2024-01-01T09:00:00 and modified 2024-01-02T10:30:00.
     QList<Note> notes(const StoredFolder &folder);
     /// How many notes all folders hold together.
     qint64 noteCount();

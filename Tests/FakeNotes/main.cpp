@@ -32,8 +32,9 @@ A stand-in for /usr/bin/osascript talking to Apple Notes. Point Velloran at it w
 VELLORAN_OSASCRIPT=/path/to/fake-osascript, and give it a library with VELLORAN_FAKE_NOTES.
 
 Running a script
-  It runs Velloran's eight AppleScript programs (ensure folder, ensure subfolder, create note, list
-  folders, read folder, list folder details, read folder by id, count folders and notes), recognised by their exact text. Any other script fails like a compile error,
+  It runs Velloran's nine AppleScript programs (ensure folder, ensure subfolder, create note, list
+  folders, read folder, list folder details, read folder by id, read folder with dates, count folders
+  and notes), recognised by their exact text. Any other script fails like a compile error,
   with exit status 1. The result goes to standard output followed by a line feed; an error goes to
   standard error in osascript's form, with exit status 1:
     SCRIPT-FILE:START:END: execution error: Notes got an error: Can’t get folder "X". (-1728)
@@ -46,6 +47,9 @@ Running a script
   - "folder id ID" finds a folder by the id that the folder details give, and the details give each
     folder's account and parent folder (a top-level folder's container is its account);
   - a note is found by its name within one folder;
+  - a note's "id" is the library's, or "x-coredata://FakeNotes/ICNote/p" and a number that stays the
+    same while the library does; its dates are the library's "created" and "modified", or
+    2024-01-01T09:00:00 and 2024-01-02T10:30:00;
   - a new note's body is kept with its name as the first line ("<div>NAME</div>" before the body),
     "h1" and "h2" headings turned into bold 24 px and 18 px spans, "h3" into plain bold, and images
     with a data: source dropped; attachments are kept as their file names;
@@ -65,6 +69,7 @@ Library (JSON)
                    "folders": [ { "name": "Old", "notes": [], "folders": [] } ] } ],
     "accounts": [ { "name": "On My Mac",
                     "folders": [ { "name": "Work", "notes": [], "folders": [] } ] } ] }
+  A note may also have "id" (text), "created" and "modified" (local time, "2024-03-01T09:30:00").
   Every key but a folder's or an account's "name" may be left out. A note without "name" is one whose name Notes
   cannot give.
   Scripts keep their changes in FILE.store, a folder beside the library file FILE, so that a run costs what
@@ -94,7 +99,9 @@ Environment
   VELLORAN_FAKE_NOTES_OLD_NOTES When set (and not 0), the list folder details and read folder by id
                                 programs fail to compile, as on a Notes without the terms they use:
                                 "SCRIPT-FILE:START:END: syntax error: Expected end of line, etc. but
-                                found identifier. (-2741)".
+                                found identifier. (-2741)". So does the read folder with dates program.
+  VELLORAN_FAKE_NOTES_NO_DATES  When set (and not 0), only the read folder with dates program fails to
+                                compile, in the same way.
 )help";
 
 void writeTo(FILE *stream, const QByteArray &bytes)

@@ -151,6 +151,96 @@ Item {
             compare(back.count, 1)
         }
 
+        // A vault of four notes, two of which Apple Notes already has in their folder.
+        function detailsView() {
+            fixture.seedNotes('{"folders": [{"name": "Imported by Velloran", "notes": ['
+                              + '{"name": "Alpha", "body": "<div>Alpha</div>"}, {"name": "Gamma", "body": "<div>Gamma</div>"}]}]}')
+            const vault = fixture.makeDir()
+            fixture.writeFile(vault, "Alpha.md", "Hello [[Beta]]\n")
+            fixture.writeFile(vault, "Gamma.md", "Hi\n")
+            fixture.writeFile(vault, "Work/Beta.md", "| a |\n![x](gone.png)\n")
+            fixture.writeFile(vault, "Work/Delta.md", "Later\n")
+            const controller = createTemporaryObject(controllerComponent, test)
+            controller.analyze(fixture.url(vault))
+            tryCompare(controller, "isAnalyzing", false, 10000)
+            fixture.clearScriptLog()
+            return createTemporaryObject(viewComponent, root, {
+                "analysis": controller.analysis, "vault": controller.vault, "controller": controller
+            })
+        }
+
+        // The texts from the details disclosure on.
+        function detailTexts(view) {
+            const texts = Screens.visibleTexts(view)
+            return texts.slice(texts.indexOf(view.detailsOpen ? "Hide details" : "Show details"))
+        }
+
+        function test_detailsListWhatTheMigrationWillDo() {
+            const view = detailsView()
+            // Closed, and nothing asked of Notes, until opened.
+            compare(detailTexts(view), ["Show details", "Migrate to Apple Notes", "Choose a different folder"])
+            compare(view.controller.plan, undefined)
+            const before = JSON.stringify(fixture.notesLibrary())
+            mouseClick(Screens.button(view, "Show details"))
+            tryCompare(view.controller, "isPlanning", false, 30000)
+            compare(detailTexts(view), [
+                "Hide details",
+                "2 notes to create · 2 already in Apple Notes (skipped)",
+                "Alpha", "Folder: Imported by Velloran", "Already in Apple Notes — will be skipped",
+                "Wikilink becomes underlined text: Beta",
+                "Beta", "Folder: Imported by Velloran / Work", "Will be created",
+                "Image not attached: gone.png — not found on disk", "Tables preserved as real Notes tables",
+                "Delta", "Folder: Imported by Velloran / Work", "Will be created",
+                "Gamma", "Folder: Imported by Velloran", "Already in Apple Notes — will be skipped",
+                "Migrate to Apple Notes",
+                "Choose a different folder"
+            ])
+            fixture.screenshot(view, "analysis-details")
+            // Only read: no folder or note was made.
+            compare(fixture.scriptRuns("create-note"), 0)
+            compare(fixture.scriptRuns("ensure-folder"), 0)
+            compare(JSON.stringify(fixture.notesLibrary()), before)
+
+            // Closing keeps the plan; opening again does not read Notes again.
+            mouseClick(Screens.button(view, "Hide details"))
+            compare(detailTexts(view), ["Show details", "Migrate to Apple Notes", "Choose a different folder"])
+            const reads = fixture.scriptRuns("list-folder-details")
+            mouseClick(Screens.button(view, "Show details"))
+            compare(view.controller.isPlanning, false)
+            compare(fixture.scriptRuns("list-folder-details"), reads)
+        }
+
+        function test_detailsSayWhyNotesCouldNotBeChecked() {
+            const view = detailsView()
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_DENY", "1")
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_DELAY_MS", "300")
+            mouseClick(Screens.button(view, "Show details"))
+            compare(detailTexts(view).slice(0, 2), ["Hide details", "Checking Apple Notes…"])
+            tryCompare(view.controller, "isPlanning", false, 30000)
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_DENY", "")
+            fixture.setNotesSwitch("VELLORAN_FAKE_NOTES_DELAY_MS", "")
+            const texts = detailTexts(view)
+            compare(texts.slice(0, 6), [
+                "Hide details",
+                "4 notes to migrate",
+                "Apple Notes couldn't be read, so it is unknown which notes are already there (they would be "
+                + "skipped): Permission needed: System Settings → Privacy & Security → Automation → Velloran → Notes",
+                "Alpha", "Folder: Imported by Velloran", "Not checked whether it is already in Apple Notes"
+            ])
+            fixture.screenshot(view, "analysis-details-unchecked")
+        }
+
+        // A new scan drops the plan of the last one.
+        function test_aNewAnalysisDropsThePlan() {
+            const view = detailsView()
+            mouseClick(Screens.button(view, "Show details"))
+            tryCompare(view.controller, "isPlanning", false, 30000)
+            verify(view.controller.plan !== undefined)
+            view.controller.analyze(view.controller.vault)
+            tryCompare(view.controller, "isAnalyzing", false, 10000)
+            compare(view.controller.plan, undefined)
+        }
+
         function test_migrateStartsTheMigration() {
             fixture.seedNotes('{"folders": []}')
             const vault = fixture.makeDir()

@@ -1,6 +1,8 @@
-// Runs the screen tests (tst_*.qml) with the Velloran QML module, the controllers, the `fixture` helper
-// and the Notes stand-in. Settings and the stand-in's library live in a scratch folder, never in the home.
+// Runs the screen tests (tst_*.qml) with the Velloran QML module, the controllers, the `fixture` and
+// `accessibility` helpers and the Notes stand-in. Settings and the stand-in's library live in a scratch folder,
+// never in the home.
 
+#include "AccessibilityTree.h"
 #include "ControllerStandIns.h"
 #include "Controllers.h"
 #include "ScreenFixture.h"
@@ -50,6 +52,7 @@ public slots:
         // Where the statically linked Velloran module keeps its qmldir and files.
         engine->addImportPath(u"qrc:/"_s);
         engine->rootContext()->setContextProperty(u"fixture"_s, new ScreenFixture(engine));
+        engine->rootContext()->setContextProperty(u"accessibility"_s, new AccessibilityTree(engine));
     }
 
 private:
