@@ -1,5 +1,6 @@
 #include "VelloranApp.h"
 
+#include "AppIdentity.h"
 #include "Controllers.h"
 #include "Translations.h"
 #include "WindowStyle.h"
@@ -23,8 +24,7 @@ constexpr QSize minimumContentSize(640, 560);
 // The names come first: the settings (the favourite export folder) are stored under them.
 int &withApplicationNames(int &argc)
 {
-    QGuiApplication::setOrganizationName(u"Velloran"_s);
-    QGuiApplication::setApplicationName(u"Velloran"_s);
+    AppIdentity::apply();
     return argc;
 }
 
@@ -34,6 +34,7 @@ VelloranApp::VelloranApp(int &argc, char **argv)
     : m_application(withApplicationNames(argc), argv)
 {
     QGuiApplication::setApplicationVersion(QStringLiteral(VELLORAN_VERSION));
+    QGuiApplication::setWindowIcon(AppIdentity::icon());
     // The screens, reports and messages speak the system's language where Velloran is translated into it.
     Translations::install();
     useVelloranStyle();
@@ -73,6 +74,8 @@ QQuickView *VelloranApp::showWindow()
         { u"exporter"_s, QVariant::fromValue<QObject *>(&m_exporter) },
         { u"titleBarInset"_s, WindowStyle::titleBarInset() },
     });
+    // The controls follow the palette, light or dark, as it changes.
+    followApplicationPalette(&window);
     // Where the statically linked Velloran module keeps its qmldir and files.
     window.engine()->addImportPath(u"qrc:/"_s);
     QObject::connect(window.engine(), &QQmlEngine::quit, &m_application, &QGuiApplication::quit);

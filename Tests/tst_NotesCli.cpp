@@ -42,7 +42,7 @@ const QString refusedOutput = u"Velloran may not control Apple Notes\n"
                               u"  Open System Settings → Privacy & Security → Automation → Velloran → Notes and "
                               u"switch Notes on.\n"
                               u"  If Velloran is not listed there, have macOS ask again: tccutil reset AppleEvents "
-                              u"app.velloran.Velloran\n"
+                              u"com.velloran.Velloran\n"
                               u"  Then check again.\n"_s;
 
 } // namespace
@@ -297,7 +297,7 @@ private slots:
         QCOMPARE(NotesAccess::meaningOf(failure), meaning);
     }
 
-    void bundleIdentifier() { QCOMPARE(NotesAccess::bundleIdentifier(), u"app.velloran.Velloran"_s); }
+    void bundleIdentifier() { QCOMPARE(NotesAccess::bundleIdentifier(), u"com.velloran.Velloran"_s); }
 
     // velloran-cli doctor
 

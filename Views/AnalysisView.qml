@@ -213,7 +213,7 @@ Item {
                 }
             }
         }
-        Button {
+        ProminentButton {
             id: migrateButton
 
             objectName: "migrateButton"

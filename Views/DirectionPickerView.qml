@@ -35,19 +35,20 @@ Item {
 
         background: Rectangle {
             radius: 14
-            color: Qt.rgba(Theme.primary.r, Theme.primary.g, Theme.primary.b, card.down ? 0.08 : 0.04)
+            // Hovering and pressing deepen the fill; the outline stays as drawn.
+            color: Qt.rgba(Theme.primary.r, Theme.primary.g, Theme.primary.b,
+                           card.down ? 0.1 : card.hovered ? 0.07 : 0.04)
             border.width: 1
-            border.color: Qt.rgba(Theme.secondary.r, Theme.secondary.g, Theme.secondary.b,
-                                  card.hovered ? 0.4 : 0.18)
+            border.color: Theme.secondaryAt(0.18)
         }
         contentItem: ColumnLayout {
             spacing: 8
 
             Item { Layout.fillHeight: true }
-            Symbol {
+            InkSymbol {
+                objectName: "cardSymbol"
                 symbol: card.symbol
                 size: 38
-                color: Theme.ink
                 Layout.alignment: Qt.AlignHCenter
             }
             Label {

@@ -12,12 +12,9 @@ Item {
 
     property string text
     property int textSize: Theme.body
-    // An optional second line, in caption size.
-    property string note
 
     readonly property bool targeted: dropArea.containsDrag
-    readonly property color outlineColor: targeted ? Theme.ink : Qt.rgba(Theme.secondary.r, Theme.secondary.g,
-                                                                        Theme.secondary.b, 0.35)
+    readonly property color outlineColor: targeted ? Theme.ink : Theme.secondaryAt(0.65)
     readonly property real radius: 14
     readonly property alias outline: outlinePath
 
@@ -45,8 +42,10 @@ Item {
             strokeWidth: 2
             strokeColor: zone.outlineColor
             strokeStyle: ShapePath.DashLine
-            // In units of the stroke width: dashes 6 long with gaps of 6.
+            // In units of the stroke width: dashes 6 long with gaps of 6. Flat caps end each dash where it
+            // is measured (square caps would lengthen it by the stroke width and shorten the gap).
             dashPattern: [3, 3]
+            capStyle: ShapePath.FlatCap
             fillColor: "transparent"
             startX: inset + zone.radius
             startY: inset
@@ -83,7 +82,7 @@ Item {
         Symbol {
             objectName: "dropZoneSymbol"
             symbol: "folder"
-            size: Theme.title2 + 4
+            size: Theme.title2
             color: zone.targeted ? Theme.ink : Theme.secondary
             Layout.alignment: Qt.AlignHCenter
         }
@@ -94,15 +93,6 @@ Item {
             horizontalAlignment: Text.AlignHCenter
             elide: Text.ElideMiddle
             maximumLineCount: 1
-            Layout.fillWidth: true
-        }
-        Label {
-            objectName: "dropZoneNote"
-            visible: zone.note !== ""
-            text: zone.note
-            font.pixelSize: Theme.caption
-            color: Theme.secondary
-            horizontalAlignment: Text.AlignHCenter
             Layout.fillWidth: true
         }
     }

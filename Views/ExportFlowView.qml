@@ -33,6 +33,8 @@ Item {
 
     function chooseDestination() {
         folderPanel.open()
+        // The macOS panel shows no title; its message line above the files carries the text there.
+        Folders.showPanelMessage(folderPanel.title)
     }
 
     function setDestination(folder) {
@@ -88,6 +90,7 @@ Item {
         // Found by the dialog only when it already sits in a window; the screens are built before that.
         parentWindow: flow.Window.window
         acceptLabel: qsTr("Choose")
+        // The panel's message: the title where the panel shows one; on macOS see chooseDestination.
         title: qsTr("Choose where to save the exported Markdown files")
         onAccepted: flow.setDestination(selectedFolder)
     }
@@ -135,8 +138,12 @@ Item {
             contentWidth: availableWidth
             Component.onCompleted: flow.setupShown()
 
+            // Centred in the window both ways; scrolls only when the window is too small for it.
             ColumnLayout {
-                width: scroller.availableWidth
+                objectName: "setupColumn"
+                width: Math.min(scroller.availableWidth, 600)
+                x: (scroller.availableWidth - width) / 2
+                y: Math.max(0, (scroller.availableHeight - implicitHeight) / 2)
                 spacing: 16
 
                 Item { implicitHeight: 4 }
@@ -423,7 +430,7 @@ Item {
                 }
 
                 ReturnKey { button: exportButton }
-                Button {
+                ProminentButton {
                     id: exportButton
 
                     objectName: "exportButton"

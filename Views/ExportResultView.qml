@@ -120,7 +120,7 @@ Item {
 
                 FocusRing {}
             }
-            Button {
+            ProminentButton {
                 id: doneButton
 
                 objectName: "doneButton"

@@ -22,3 +22,11 @@ bool Folders::same(const QUrl &a, const QUrl &b)
 {
     return a.isLocalFile() && b.isLocalFile() && path(a) == path(b);
 }
+
+#ifndef Q_OS_MACOS
+// The panel's own title shows its message here (FolderPanelMessage.mm does the macOS part).
+bool Folders::showPanelMessage(const QString &)
+{
+    return false;
+}
+#endif

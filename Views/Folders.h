@@ -23,4 +23,8 @@ public:
     Q_INVOKABLE static QString path(const QUrl &location);
     /// Whether both urls name the same path (a trailing slash or a "." component makes no difference).
     Q_INVOKABLE static bool same(const QUrl &a, const QUrl &b);
+    /// Puts `message` on the folder-choice panel that is open, as the line above its files: macOS's open
+    /// panel shows no title, so this is how its message is seen there. Elsewhere the panel's title
+    /// carries the message and this does nothing. Returns whether a panel took the message.
+    Q_INVOKABLE static bool showPanelMessage(const QString &message);
 };

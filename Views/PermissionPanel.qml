@@ -124,7 +124,7 @@ ColumnLayout {
         ReturnKey {
             button: panel.ok ? continueButton : checkAgainButton
         }
-        Button {
+        ProminentButton {
             id: continueButton
 
             objectName: "continueButton"

@@ -22,7 +22,7 @@ ColumnLayout {
     spacing: 12
 
     Item { Layout.fillHeight: true }
-    ProgressBar {
+    InkProgressBar {
         objectName: "progressBar"
         from: 0
         to: 1

@@ -119,7 +119,7 @@ Item {
 
                 FocusRing {}
             }
-            Button {
+            ProminentButton {
                 id: doneButton
 
                 objectName: "doneButton"

@@ -2,10 +2,11 @@
 
 #include "Presentation.h"
 
+#include <QFutureWatcher>
 #include <QPointer>
 #include <QtConcurrent/QtConcurrentRun>
 
-#include <QCoro/QCoroFuture>
+#include <QCoro/QCoroSignal>
 
 namespace {
 
@@ -43,13 +44,15 @@ QCoro::Task<> WizardController::scan(QUrl folder)
     const QPointer<WizardController> self(this);
     m_isAnalyzing = true;
     // The result always comes back through the event loop, even from a scan that ends at once, so the
-    // screen shows "Analyzing…" at least until then.
-    QFuture<VaultAnalysis> scanning = QtConcurrent::run(&VaultScanner::scan, folder);
-    VaultAnalysis result = co_await scanning;
+    // screen shows "Analyzing…" at least until then: a watcher reports a finished future by a posted event,
+    // where awaiting the future itself would go straight on when the scan was already done.
+    QFutureWatcher<VaultAnalysis> watcher;
+    watcher.setFuture(QtConcurrent::run(&VaultScanner::scan, folder));
+    co_await qCoro(&watcher, &QFutureWatcherBase::finished);
     if (!self)
         co_return;
     m_vault = folder;
-    setAnalysis(std::move(result));
+    setAnalysis(watcher.result());
     m_isAnalyzing = false;
 }
 

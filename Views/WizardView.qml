@@ -72,6 +72,8 @@ Pane {
 
     function pickFolder() {
         folderPanel.open()
+        // The import panel has no message; clears one left on a reused native panel.
+        Folders.showPanelMessage("")
     }
 
     function analyze(folder) {
@@ -123,6 +125,8 @@ Pane {
         // Found by the dialog only when it already sits in a window; the screens are built before that.
         parentWindow: wizard.Window.window
         acceptLabel: qsTr("Analyze")
+        // The panel offers no "New Folder": the Markdown folder to import already exists.
+        options: FolderDialog.ReadOnly
         onAccepted: wizard.analyze(selectedFolder)
     }
 
@@ -162,7 +166,7 @@ Pane {
             Symbol {
                 objectName: "wordmarkSymbol"
                 symbol: "note.text"
-                size: Theme.title3 + 2
+                size: Theme.title3
                 color: Theme.secondary
             }
             Label {
@@ -178,7 +182,7 @@ Pane {
 
         Rectangle {
             implicitHeight: 1
-            color: Qt.rgba(Theme.secondary.r, Theme.secondary.g, Theme.secondary.b, 0.25)
+            color: Theme.secondaryAt(0.45)
             Layout.fillWidth: true
         }
 
@@ -269,10 +273,10 @@ Pane {
             Component.onDestruction: wizard.dropTargeted = false
 
             Item { Layout.fillHeight: true }
-            Symbol {
+            InkSymbol {
+                objectName: "importSymbol"
                 symbol: "folder.fill"
                 size: 46
-                color: Theme.ink
                 Layout.alignment: Qt.AlignHCenter
             }
             Label {
@@ -292,7 +296,6 @@ Pane {
 
                 objectName: "importDropZone"
                 text: wizard.dropTargeted ? qsTr("Drop it!") : qsTr("Drop a folder of .md files (Obsidian, etc.)")
-                note: qsTr("from Finder — not notes from the Notes app")
                 Layout.preferredWidth: 400
                 Layout.preferredHeight: 124
                 Layout.alignment: Qt.AlignHCenter
@@ -301,6 +304,15 @@ Pane {
                     if (folder !== undefined)
                         wizard.analyze(folder)
                 }
+            }
+            Label {
+                objectName: "importDropNote"
+                text: qsTr("from Finder — not notes from the Notes app")
+                font.pixelSize: Theme.caption
+                color: Theme.secondary
+                horizontalAlignment: Text.AlignHCenter
+                Layout.alignment: Qt.AlignHCenter
+                Layout.topMargin: -6
             }
             RowLayout {
                 objectName: "analyzing"

@@ -14,11 +14,12 @@ debian_packages=(
     libicu-dev qcoro-qt6-dev libcli11-dev libbenchmark-dev
     qml6-module-qtqml qml6-module-qtqml-models
     clang shellcheck
+    librsvg2-bin
 )
 # Only the Qt modules Velloran uses, not the whole qt formula. icu4c and python3 are aliases of versioned
 # formulae, so they are looked up by what `brew --prefix --installed` says, never by name in a list.
 brew_packages=(cmake ninja clang-format qtbase qtdeclarative qtsvg qttools icu4c qcoro6 cli11 google-benchmark
-    python3 shellcheck)
+    python3 shellcheck librsvg)
 
 case "$(uname -s)" in
 Linux)

@@ -2,7 +2,8 @@
 """Checks the files the macOS bundle is made from for the keys Velloran depends on.
 
 App/Info.plist.in: the Apple-events usage sentence (without it macOS never asks whether Velloran may control
-Notes, and every exchange fails), the bundle keys CMake fills in, and a minimum system version that comes out
+Notes, and every exchange fails), the bundle keys CMake fills in (the icon among them, drawn in
+App/icons/velloran.svg), and a minimum system version that comes out
 equal to the deployment target the presets give the binary. App/Velloran.entitlements: the Apple-events
 entitlement the hardened runtime requires for the same reason, and the JIT one QML uses.
 
@@ -59,10 +60,13 @@ def main(source_dir):
     for key, value in {
         "CFBundleExecutable": "${MACOSX_BUNDLE_EXECUTABLE_NAME}",
         "CFBundleIdentifier": "${MACOSX_BUNDLE_GUI_IDENTIFIER}",
+        "CFBundleIconFile": "${MACOSX_BUNDLE_ICON_FILE}",
         "CFBundlePackageType": "APPL",
         "NSPrincipalClass": "NSApplication",
     }.items():
         check(info.get(key) == value, f"Info.plist.in: {key} must be {value!r}, is {info.get(key)!r}")
+    check((source / "App/icons/velloran.svg").is_file(),
+          "App/icons/velloran.svg: the application icon's drawing is missing")
     check(info.get("SUFeedURL") == "@VELLORAN_SPARKLE_FEED_URL@",
           "Info.plist.in: SUFeedURL must come from VELLORAN_SPARKLE_FEED_URL")
     check(info.get("SUPublicEDKey") == "@VELLORAN_SPARKLE_PUBLIC_KEY@",

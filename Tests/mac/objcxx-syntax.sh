@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Compiles every Objective-C++ file of the application (App/*.mm) for syntax and ARC rules, as the macOS
+# Compiles every Objective-C++ file of the application (App/*.mm, Views/*.mm) for syntax and ARC rules, as the macOS
 # build does (-fobjc-arc, warnings as errors), against the real Qt headers and the stand-in AppKit,
 # Foundation and Sparkle declarations in Tests/MacStandIns. Catches what Linux can catch of the Mac build:
 # casts ARC forbids, wrong selectors or types, and Qt API misuse. Exits 77 (skipped) without clang.
@@ -18,7 +18,7 @@ fi
 flags=(-x objective-c++ -std=c++20 -fsyntax-only -fobjc-arc -fblocks -fobjc-runtime=macosx-12.0
     -Wall -Wextra -Wpedantic -Werror -Wno-gnu-zero-variadic-macro-arguments -fPIC
     -DQT_NO_CAST_FROM_ASCII -DQT_NO_CAST_TO_ASCII -DQT_NO_URL_CAST_FROM_STRING
-    -isystem "$source_dir/Tests/MacStandIns" -I "$source_dir/App")
+    -isystem "$source_dir/Tests/MacStandIns" -I "$source_dir/App" -I "$source_dir/Views")
 IFS=: read -r -a dirs <<<"$qt_include_dirs"
 for dir in "${dirs[@]}"; do
     # The compiler's own system directories stay where the compiler puts them.
@@ -27,7 +27,7 @@ for dir in "${dirs[@]}"; do
 done
 
 shopt -s nullglob
-files=("$source_dir"/App/*.mm)
+files=("$source_dir"/App/*.mm "$source_dir"/Views/*.mm)
 if [ ${#files[@]} -eq 0 ]; then
     echo "FAIL: no .mm files under $source_dir/App"
     exit 1

@@ -1,5 +1,6 @@
 #include "ScreenFixture.h"
 
+#include "Controllers.h"
 #include "Migrator.h"
 #include "NotesExporter.h"
 #include "Presentation.h"
@@ -13,10 +14,12 @@
 #include <QImage>
 #include <QJsonDocument>
 #include <QMetaProperty>
+#include <QPalette>
 #include <QProcess>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QSaveFile>
+#include <QtMath>
 
 using namespace Qt::StringLiterals;
 
@@ -223,6 +226,24 @@ QVariantList ScreenFixture::openedUrls() const
     return urls;
 }
 
+QVariantList ScreenFixture::middleColumn(QQuickItem *item) const
+{
+    QVariantList colours;
+    if (!item || !item->window())
+        return colours;
+    const QImage image = item->window()->grabWindow();
+    const QRectF box = item->mapRectToScene(QRectF(0, 0, item->width(), item->height()));
+    const int x = qRound(box.center().x() * image.devicePixelRatio());
+    for (int y = qCeil(box.top() * image.devicePixelRatio()); y < qFloor(box.bottom() * image.devicePixelRatio()); ++y)
+        colours.append(QVariant::fromValue(image.pixelColor(x, y)));
+    return colours;
+}
+
+void ScreenFixture::setDarkAppearance(bool dark)
+{
+    useAppearance(dark ? Appearance::Dark : Appearance::Light);
+}
+
 QString ScreenFixture::screenshot(QQuickItem *item, const QString &name)
 {
     if (!item || !item->window())
@@ -230,5 +251,21 @@ QString ScreenFixture::screenshot(QQuickItem *item, const QString &name)
     const QString folder = QStringLiteral(VELLORAN_SCREENSHOT_DIR);
     QDir().mkpath(folder);
     const QString path = folder + u'/' + name + u".png"_s;
-    return item->window()->grabWindow().save(path) ? path : QString();
+    QQuickWindow *window = item->window();
+    // Under the screen, the window's colour from the palette, as the application's window has it (the test
+    // window is white of its own).
+    const QColor testBackground = window->color();
+    const auto grab = [window](const QString &file) {
+        applyApplicationPalette(window);
+        window->setColor(QGuiApplication::palette().color(QPalette::Window));
+        return window->grabWindow().save(file);
+    };
+    const bool light = grab(path);
+    // The same state in the dark appearance, then back to light for the rest of the test.
+    useAppearance(Appearance::Dark);
+    const bool dark = grab(folder + u'/' + name + u"-dark.png"_s);
+    useAppearance(Appearance::Light);
+    applyApplicationPalette(window);
+    window->setColor(testBackground);
+    return light && dark ? path : QString();
 }

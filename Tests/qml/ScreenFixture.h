@@ -64,8 +64,14 @@ public:
     Q_INVOKABLE QVariantList openedUrls() const;
     Q_INVOKABLE void clearOpenedUrls() { m_opened.clear(); }
 
-    /// Writes the window holding `item` to the screenshot folder as NAME.png; returns its path.
+    /// Writes the window holding `item` to the screenshot folder as NAME.png, and drawn in the dark
+    /// appearance as NAME-dark.png; returns the path of the first, or nothing when either failed.
     Q_INVOKABLE QString screenshot(QQuickItem *item, const QString &name);
+
+    /// The colours down the middle column of `item` as the window draws it, top to bottom.
+    Q_INVOKABLE QVariantList middleColumn(QQuickItem *item) const;
+    /// Draws the screens in the dark appearance (true) or the light one (false) from now on.
+    Q_INVOKABLE void setDarkAppearance(bool dark);
 
 public slots:
     void openUrl(const QUrl &url) { m_opened.append(url); }

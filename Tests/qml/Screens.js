@@ -52,3 +52,37 @@ function sameColor(a, b) {
     return Math.round(a.r * 255) === Math.round(b.r * 255) && Math.round(a.g * 255) === Math.round(b.g * 255)
             && Math.round(a.b * 255) === Math.round(b.b * 255) && Math.round(a.a * 255) === Math.round(b.a * 255)
 }
+
+// Whether a prominent button is drawn as one: filled with `fill`, its label (and icon) in `label`.
+function filledWith(button, fill, label) {
+    return sameColor(button.background.color, fill) && sameColor(button.contentItem.color, label)
+}
+
+// The first and the last colour of the application colour's hue in a column of colours
+// (fixture.middleColumn): pixels clearly bluer than red, which the greys of the window and the
+// antialiased edges are not.
+function inkDownTheMiddle(column) {
+    const found = { top: undefined, bottom: undefined }
+    for (let y = 0; y < column.length; ++y) {
+        const colour = column[y]
+        if (colour.b - colour.r < 0.25)
+            continue
+        if (found.top === undefined)
+            found.top = colour
+        found.bottom = colour
+    }
+    return found
+}
+
+// The contrast ratio of two opaque colours, after the relative luminance of sRGB colours (1 to 21).
+function contrast(a, b) {
+    function channel(c) {
+        return c <= 0.03928 ? c / 12.92 : Math.pow((c + 0.055) / 1.055, 2.4)
+    }
+    function luminance(c) {
+        return 0.2126 * channel(c.r) + 0.7152 * channel(c.g) + 0.0722 * channel(c.b)
+    }
+    const la = luminance(a)
+    const lb = luminance(b)
+    return (Math.max(la, lb) + 0.05) / (Math.min(la, lb) + 0.05)
+}

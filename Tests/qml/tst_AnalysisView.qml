@@ -143,6 +143,8 @@ Item {
             compare(migrate.text, "Migrate to Apple Notes")
             compare(migrate.width, 280)
             compare(migrate.highlighted, true)
+            verify(Screens.filledWith(migrate, Theme.inkFill, Theme.textOnInk))
+            compare(migrate.font.weight, Font.DemiBold)
             verify(migrate.icon.source.toString().endsWith("icons/arrow.right.circle.fill.svg"))
             const back = createTemporaryObject(spyComponent, test, { "target": view, "signalName": "back" })
             mouseClick(findChild(view, "differentFolderButton"))

@@ -55,6 +55,46 @@ Item {
             compare(notes.height, 180)
         }
 
+        function test_cardLook() {
+            const card = findChild(picker, "mdToNotesCard")
+            // The outline: the secondary colour at 0.18 of its own opacity, line width 1, radius 14.
+            compare(card.background.radius, 14)
+            compare(card.background.border.width, 1)
+            verify(Screens.sameColor(card.background.border.color, Theme.secondaryAt(0.18)))
+            compare(Theme.secondaryAt(0.18).a, Theme.secondary.a * 0.18)
+            // The symbol: 38 points, filled with the ink gradient, lighter at the top.
+            const symbol = findChild(card, "cardSymbol")
+            compare(symbol.symbol, "arrow.right.doc.on.clipboard")
+            compare(symbol.width, 38)
+            compare(symbol.height, 38)
+            verify(Screens.sameColor(symbol.bottomColor, Theme.ink))
+            verify(symbol.topColor.hslLightness > Theme.ink.hslLightness)
+            const ink = Screens.inkDownTheMiddle(fixture.middleColumn(symbol))
+            verify(ink.top !== undefined)
+            verify(ink.top.hslLightness > ink.bottom.hslLightness)
+            verify(ink.bottom.b > ink.bottom.r)
+        }
+
+        function test_appearances() {
+            compare(Theme.dark, false)
+            verify(Screens.sameColor(Theme.ink, Qt.rgba(0.29, 0.31, 0.69, 1)))
+            verify(Screens.sameColor(Theme.inkFill, Theme.ink))
+            fixture.setDarkAppearance(true)
+            try {
+                compare(Theme.dark, true)
+                // Ink that reads on the dark window, as text does (4.5:1), and a fill under the white label
+                // that does too.
+                verify(Screens.contrast(Theme.ink, Theme.palette.window) >= 4.5)
+                verify(Screens.contrast(Theme.textOnInk, Theme.inkFill) >= 4.5)
+                verify(Theme.primary.hslLightness > 0.8)
+            } finally {
+                fixture.setDarkAppearance(false)
+            }
+            compare(Theme.dark, false)
+            verify(Screens.contrast(Theme.textOnInk, Theme.inkFill) >= 4.5)
+            verify(Screens.contrast(Theme.ink, Theme.palette.window) >= 4.5)
+        }
+
         function test_pick_data() {
             return [
                 { tag: "Markdown → Apple Notes", card: "mdToNotesCard", direction: MigrationDirection.MdToNotes },

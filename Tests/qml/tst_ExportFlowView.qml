@@ -134,8 +134,34 @@ Item {
                 compare(findChild(flow.content, option + "Option").checked, false)
             compare(exportButton().enabled, false)
             verify(exportButton().icon.source.toString().endsWith("icons/arrow.up.doc.fill.svg"))
+            // Disabled, the start button keeps a readable label on a pale fill.
+            verify(Screens.filledWith(exportButton(), Theme.secondaryAt(0.3), Theme.secondary))
             compare(findChild(flow.content, "destinationDropZone").height, 96)
             fixture.screenshot(flow, "export-setup")
+        }
+
+        function test_setupIsCentred() {
+            show()
+            const scroller = flow.content
+            const column = findChild(scroller, "setupColumn")
+            const above = column.y
+            const below = scroller.availableHeight - column.y - column.height
+            verify(above > 0)
+            verify(Math.abs(above - below) <= 1)
+            compare(column.x, (scroller.availableWidth - column.width) / 2)
+            // A window too small for it: the setup starts at the top and scrolls.
+            flow.anchors.fill = undefined
+            flow.height = 300
+            compare(column.y, 0)
+            verify(scroller.contentHeight > scroller.availableHeight)
+        }
+
+        function test_startButtonIsProminent() {
+            loaded()
+            choose(fixture.makeDir())
+            compare(exportButton().enabled, true)
+            verify(Screens.filledWith(exportButton(), Theme.inkFill, Theme.textOnInk))
+            verify(Screens.sameColor(exportButton().icon.color, Theme.textOnInk))
         }
 
         function optionBox(screen, option) {
@@ -276,6 +302,8 @@ Item {
             const panel = flow.destinationDialog
             compare(panel.acceptLabel, "Choose")
             compare(panel.title, "Choose where to save the exported Markdown files")
+            // The title carries the message here; only macOS's panel takes it as its message line.
+            compare(Folders.showPanelMessage(panel.title), false)
             // Creating folders is allowed.
             compare((panel.options & FolderDialog.ReadOnly) !== 0, false)
             const out = fixture.makeDir()
@@ -399,6 +427,7 @@ Item {
                 "Stop"
             ])
             compare(findChild(flow.content, "progressBar").width, 360)
+            verify(Screens.sameColor(findChild(flow.content, "progressFill").color, Theme.inkFill))
             fixture.screenshot(flow, "export-progress")
             tryCompare(exporter, "isRunning", false, 30000)
             compare(flow.stage, "result")

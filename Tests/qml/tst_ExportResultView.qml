@@ -97,6 +97,7 @@ Item {
             const view = show({ "written": 0, "failed": [], "folders": [] }, undefined)
             const done = createTemporaryObject(spyComponent, test, { "target": view, "signalName": "done" })
             compare(findChild(view, "doneButton").highlighted, true)
+            verify(Screens.filledWith(findChild(view, "doneButton"), Theme.inkFill, Theme.textOnInk))
             mouseClick(findChild(view, "doneButton"))
             compare(done.count, 1)
         }

@@ -182,6 +182,7 @@ Item {
             const view = show(root.report({}))
             const done = createTemporaryObject(spyComponent, test, { "target": view, "signalName": "done" })
             compare(findChild(view, "doneButton").highlighted, true)
+            verify(Screens.filledWith(findChild(view, "doneButton"), Theme.inkFill, Theme.textOnInk))
             mouseClick(findChild(view, "doneButton"))
             compare(done.count, 1)
         }

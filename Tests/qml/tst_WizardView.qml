@@ -108,6 +108,7 @@ Item {
             compare(wordmark.font.bold, true)
             compare(wordmark.font.letterSpacing, 2.5)
             compare(findChild(wizard, "wordmarkSymbol").symbol, "note.text")
+            compare(findChild(wizard, "wordmarkSymbol").size, Theme.title3)
             const back = findChild(wizard, "backButton")
             compare(back.help, "Back to start")
             compare(back.ToolTip.text, "Back to start")
@@ -140,6 +141,17 @@ Item {
             ])
             compare(importZone().width, 400)
             compare(importZone().height, 124)
+            // The note about where to drag from sits below the zone, in caption size.
+            const note = findChild(wizard.content, "importDropNote")
+            compare(note.font.pixelSize, Theme.caption)
+            verify(note.mapToItem(wizard.content, 0, 0).y >= importZone().mapToItem(wizard.content, 0, 124).y)
+            // The large folder: 46 points, filled with the ink gradient, lighter at the top.
+            const symbol = findChild(wizard.content, "importSymbol")
+            compare(symbol.symbol, "folder.fill")
+            compare(symbol.width, 46)
+            verify(Screens.sameColor(symbol.bottomColor, Theme.ink))
+            const ink = Screens.inkDownTheMiddle(fixture.middleColumn(symbol))
+            verify(ink.top.hslLightness > ink.bottom.hslLightness)
             fixture.screenshot(wizard, "import")
         }
 
@@ -166,7 +178,7 @@ Item {
             verify(fixture.dragEnter(zone, [fixture.url(vault)]))
             compare(wizard.dropTargeted, true)
             compare(findChild(zone, "dropZoneText").text, "Drop it!")
-            compare(findChild(zone, "dropZoneNote").text, "from Finder — not notes from the Notes app")
+            compare(findChild(wizard.content, "importDropNote").text, "from Finder — not notes from the Notes app")
             verify(Screens.sameColor(zone.outline.strokeColor, Theme.ink))
             verify(Screens.sameColor(findChild(zone, "dropZoneSymbol").color, Theme.ink))
             fixture.screenshot(wizard, "import-drop-hover")
@@ -184,6 +196,8 @@ Item {
             compare(zone.outline.strokeStyle, ShapePath.DashLine)
             // Dashes and gaps in stroke widths: 6 points each.
             compare(zone.outline.dashPattern, [3, 3])
+            compare(zone.outline.capStyle, ShapePath.FlatCap)
+            compare(findChild(zone, "dropZoneSymbol").size, Theme.title2)
             verify(!Screens.sameColor(zone.outline.strokeColor, Theme.ink))
             verify(Screens.sameColor(findChild(zone, "dropZoneSymbol").color, Theme.secondary))
             fixture.dragEnter(zone, [fixture.url(vault)])
@@ -248,7 +262,8 @@ Item {
             chooseImport()
             const panel = wizard.importDialog
             compare(panel.acceptLabel, "Analyze")
-            compare(panel.options, 0)
+            // No "New Folder" in the import panel.
+            compare(panel.options, FolderDialog.ReadOnly)
             mouseClick(Screens.button(wizard.content, "Choose Folder…"))
             verify(panel.visible)
             panel.selectedFolder = fixture.url(vault)
@@ -301,6 +316,10 @@ Item {
                 "Stop"
             ])
             compare(findChild(wizard.content, "progressBar").value, 0.5)
+            // The bar fills with the application colour, half of it at one half.
+            const fill = findChild(wizard.content, "progressFill")
+            verify(Screens.sameColor(fill.color, Theme.inkFill))
+            compare(fill.width, 180)
             fixture.screenshot(wizard, "migration-progress")
 
             // Stop asks the migrator once and says it is stopping until the run ends.
@@ -399,7 +418,7 @@ Item {
                 "refused (-1743)",
                 "To grant it",
                 "Open System Settings → Privacy & Security → Automation → Velloran → Notes and switch Notes on.",
-                "If Velloran is not listed there, have macOS ask again: tccutil reset AppleEvents app.velloran.Velloran",
+                "If Velloran is not listed there, have macOS ask again: tccutil reset AppleEvents com.velloran.Velloran",
                 "Then check again.",
                 "Check again"
             ])

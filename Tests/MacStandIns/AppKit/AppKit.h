@@ -28,3 +28,19 @@ extern NSNotificationName const NSWindowDidExitFullScreenNotification;
 @property BOOL titlebarAppearsTransparent;
 @property NSWindowStyleMask styleMask;
 @end
+
+@interface NSPanel : NSWindow
+@end
+
+@interface NSSavePanel : NSPanel
+@property (copy) NSString *message;
+@end
+
+@interface NSOpenPanel : NSSavePanel
+@end
+
+@interface NSApplication : NSObject
+@property (readonly, copy) NSArray<NSWindow *> *windows;
+@end
+
+extern NSApplication *NSApp;

@@ -6,6 +6,7 @@ typedef signed char BOOL;
 #define YES ((BOOL)1)
 #define NO ((BOOL)0)
 typedef unsigned long NSUInteger;
+typedef unsigned short unichar;
 #define nil nullptr
 
 @protocol NSObject
@@ -21,8 +22,26 @@ __attribute__((objc_root_class))
 
 @interface NSString : NSObject
 @property (readonly) NSUInteger length;
+- (instancetype)initWithCharacters:(const unichar *)characters length:(NSUInteger)length;
 - (BOOL)hasPrefix:(NSString *)prefix;
 - (BOOL)containsString:(NSString *)string;
+@end
+
+typedef struct {
+    unsigned long state;
+    id __unsafe_unretained *itemsPtr;
+    unsigned long *mutationsPtr;
+    unsigned long extra[5];
+} NSFastEnumerationState;
+
+@protocol NSFastEnumeration
+- (NSUInteger)countByEnumeratingWithState:(NSFastEnumerationState *)state
+                                  objects:(id __unsafe_unretained[])buffer
+                                    count:(NSUInteger)len;
+@end
+
+@interface NSArray<ObjectType> : NSObject <NSFastEnumeration>
+@property (readonly) NSUInteger count;
 @end
 
 @interface NSBundle : NSObject
