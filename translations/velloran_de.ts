@@ -15,6 +15,18 @@
         <source>Choose a different folder</source>
         <translation>Anderen Ordner auswählen</translation>
     </message>
+    <message>
+        <source>Hide details</source>
+        <translation>Details ausblenden</translation>
+    </message>
+    <message>
+        <source>Show details</source>
+        <translation>Details zeigen</translation>
+    </message>
+    <message>
+        <source>Checking Apple Notes…</source>
+        <translation>Apple Notizen wird geprüft …</translation>
+    </message>
 </context>
 <context>
     <name>DirectionPickerView</name>
@@ -123,6 +135,34 @@ to clean .md files</source>
         <source>Export to Markdown</source>
         <translation>Als Markdown exportieren</translation>
     </message>
+    <message>
+        <source>Warning</source>
+        <translation>Warnung</translation>
+    </message>
+    <message>
+        <source>Options</source>
+        <translation>Optionen</translation>
+    </message>
+    <message>
+        <source>Save images as files</source>
+        <translation>Bilder als Dateien sichern</translation>
+    </message>
+    <message>
+        <source>Keep dates</source>
+        <translation>Daten behalten</translation>
+    </message>
+    <message>
+        <source>Links between notes</source>
+        <translation>Links zwischen Notizen</translation>
+    </message>
+    <message>
+        <source>Headings from Notes’ styles</source>
+        <translation>Überschriften aus den Stilen von Notizen</translation>
+    </message>
+    <message>
+        <source>Update a previous export</source>
+        <translation>Einen früheren Export aktualisieren</translation>
+    </message>
 </context>
 <context>
     <name>ExportResultView</name>
@@ -133,6 +173,41 @@ to clean .md files</source>
     <message>
         <source>Done</source>
         <translation>Fertig</translation>
+    </message>
+    <message>
+        <source>Stopped</source>
+        <translation>Gestoppt</translation>
+    </message>
+    <message>
+        <source>Finished with issues</source>
+        <translation>Mit Problemen beendet</translation>
+    </message>
+    <message>
+        <source>Complete</source>
+        <translation>Abgeschlossen</translation>
+    </message>
+</context>
+<context>
+    <name>PermissionPanel</name>
+    <message>
+        <source>Asking Apple Notes…</source>
+        <translation>Frage Apple Notizen…</translation>
+    </message>
+    <message>
+        <source>Granted</source>
+        <translation>Erteilt</translation>
+    </message>
+    <message>
+        <source>Warning</source>
+        <translation>Warnung</translation>
+    </message>
+    <message>
+        <source>Check again</source>
+        <translation>Erneut prüfen</translation>
+    </message>
+    <message>
+        <source>Continue</source>
+        <translation>Weiter</translation>
     </message>
 </context>
 <context>
@@ -145,6 +220,10 @@ to clean .md files</source>
         <source>Stop</source>
         <translation>Stoppen</translation>
     </message>
+    <message>
+        <source>%1% done</source>
+        <translation>%1 % erledigt</translation>
+    </message>
 </context>
 <context>
     <name>ReportView</name>
@@ -155,6 +234,18 @@ to clean .md files</source>
     <message>
         <source>Done</source>
         <translation>Fertig</translation>
+    </message>
+    <message>
+        <source>Stopped</source>
+        <translation>Gestoppt</translation>
+    </message>
+    <message>
+        <source>Finished with issues</source>
+        <translation>Mit Problemen beendet</translation>
+    </message>
+    <message>
+        <source>Complete</source>
+        <translation>Abgeschlossen</translation>
     </message>
 </context>
 <context>
@@ -655,6 +746,319 @@ to clean .md files</source>
     <message>
         <source>cannot make a working folder: %1</source>
         <translation>Arbeitsordner kann nicht erstellt werden: %1</translation>
+    </message>
+    <message>
+        <source>Check that Velloran can reach Apple Notes: whether osascript is there, whether Automation for Notes is granted (and if not, where to grant it and how to be asked again), and how many folders and notes Notes shows. Reads nothing but those numbers. Exit status: 0 all is well, 1 otherwise.</source>
+        <translation>Prüft, ob Velloran Apple Notizen erreicht: ob osascript da ist, ob Automation für Notizen erlaubt ist (und wenn nicht, wo du es erlaubst und wie du erneut gefragt wirst) und wie viele Ordner und Notizen Notizen zeigt. Liest nichts außer diesen Zahlen. Exit-Status: 0 alles in Ordnung, 1 sonst.</translation>
+    </message>
+    <message>
+        <source>Export with Notes’ heading styles turned into Markdown headings, as export --headings does</source>
+        <translation>Exportiert mit den Überschriftstilen von Apple Notizen als Markdown-Überschriften, wie export --headings</translation>
+    </message>
+    <message>
+        <source>How images held in a note are written: inline (the default), or files, each saved once into an &quot;attachments&quot; subfolder beside the note and linked by its relative path</source>
+        <translation>Wie Bilder in einer Notiz geschrieben werden: inline (Standard) oder files, jedes einmal in einen Unterordner „attachments“ neben der Notiz gespeichert und über seinen relativen Pfad verlinkt</translation>
+    </message>
+    <message>
+        <source>Keep dates: write each note&apos;s creation and modification dates as frontmatter, and give its file the note&apos;s modification time</source>
+        <translation>Daten behalten: Erstellungs- und Änderungsdatum jeder Notiz als Frontmatter schreiben und der Datei die Änderungszeit der Notiz geben</translation>
+    </message>
+    <message>
+        <source>Turn links to other notes into wiki links, [[Title]], to their exported files (also on with --images files); links to notes outside the export are kept and listed</source>
+        <translation>Macht Links auf andere Notizen zu Wiki-Links, [[Titel]], auf deren exportierte Dateien (auch mit --images files an); Links auf Notizen außerhalb des Exports bleiben erhalten und werden aufgelistet</translation>
+    </message>
+    <message>
+        <source>Turn Notes’ Title, Heading and Subheading styles into Markdown headings (#, ##, ###)</source>
+        <translation>Macht aus den Stilen Titel, Überschrift und Unterüberschrift von Apple Notizen Markdown-Überschriften (#, ##, ###)</translation>
+    </message>
+    <message>
+        <source>Update a previous export into DEST: rewrite the files of notes that changed, unless you edited them (the new version is then written beside), and list notes gone from Notes</source>
+        <translation>Einen früheren Export in DEST aktualisieren: die Dateien geänderter Notizen neu schreiben, außer du hast sie bearbeitet (dann wird die neue Version daneben geschrieben), und aus Apple Notizen verschwundene Notizen auflisten</translation>
+    </message>
+    <message>
+        <source>Create nothing: list, note by note, the Notes folder, the final title, the images attached and not attached, the wikilinks, the tables, and whether the note is already in Apple Notes (checked when Apple Notes can be read). With --json, as JSON</source>
+        <translation>Nichts erstellen: für jede Notiz den Ordner in Apple Notizen, den endgültigen Titel, die angehängten und nicht angehängten Bilder, die Wikilinks, die Tabellen und ob die Notiz schon in Apple Notizen ist (geprüft, wenn Apple Notizen gelesen werden kann) auflisten. Mit --json als JSON</translation>
+    </message>
+    <message>
+        <source>the image data could not be decoded</source>
+        <translation>die Bilddaten lassen sich nicht dekodieren</translation>
+    </message>
+    <message>
+        <source>the image holds no data</source>
+        <translation>das Bild enthält keine Daten</translation>
+    </message>
+    <message>
+        <source>couldn&apos;t save the image: %1</source>
+        <translation>Bild konnte nicht gespeichert werden: %1</translation>
+    </message>
+    <message>
+        <source>the record of the previous export is damaged</source>
+        <translation>die Aufzeichnung des früheren Exports ist beschädigt</translation>
+    </message>
+    <message>
+        <source>This version of Notes does not give the notes’ ids, so a previous export cannot be updated. Export without “Update a previous export”.</source>
+        <translation>Diese Version von Apple Notizen gibt die IDs der Notizen nicht heraus, daher kann ein früherer Export nicht aktualisiert werden. Exportiere ohne „Früheren Export aktualisieren“.</translation>
+    </message>
+    <message>
+        <source>Velloran can reach Apple Notes</source>
+        <translation>Velloran erreicht Apple Notizen</translation>
+    </message>
+    <message>
+        <source>osascript is missing</source>
+        <translation>osascript fehlt</translation>
+    </message>
+    <message>
+        <source>Velloran may not control Apple Notes</source>
+        <translation>Velloran darf Apple Notizen nicht steuern</translation>
+    </message>
+    <message>
+        <source>Apple Notes did not answer</source>
+        <translation>Apple Notizen hat nicht geantwortet</translation>
+    </message>
+    <message>
+        <source>%1 — found</source>
+        <translation>%1 — gefunden</translation>
+    </message>
+    <message>
+        <source>%1 — not found</source>
+        <translation>%1 — nicht gefunden</translation>
+    </message>
+    <message>
+        <source>%1 — could not be started: %2</source>
+        <translation>%1 — konnte nicht gestartet werden: %2</translation>
+    </message>
+    <message>
+        <source>osascript</source>
+        <translation>osascript</translation>
+    </message>
+    <message>
+        <source>granted</source>
+        <translation>erlaubt</translation>
+    </message>
+    <message>
+        <source>refused (-1743)</source>
+        <translation>verweigert (-1743)</translation>
+    </message>
+    <message>
+        <source>not checked: asking Notes needs osascript</source>
+        <translation>nicht geprüft: um Notizen zu fragen, braucht es osascript</translation>
+    </message>
+    <message>
+        <source>not known: %1</source>
+        <translation>unbekannt: %1</translation>
+    </message>
+    <message>
+        <source>osascript said: %1</source>
+        <translation>osascript meldete: %1</translation>
+    </message>
+    <message>
+        <source>Automation for Notes</source>
+        <translation>Automation für Notizen</translation>
+    </message>
+    <message>
+        <source>unexpected answer: %1</source>
+        <translation>unerwartete Antwort: %1</translation>
+    </message>
+    <message>
+        <source>Velloran is not allowed to control Notes (-1743)</source>
+        <translation>Velloran darf Notizen nicht steuern (-1743)</translation>
+    </message>
+    <message>
+        <source>macOS would have to ask you first, and could not ask now (-1744)</source>
+        <translation>macOS müsste dich erst fragen und konnte jetzt nicht fragen (-1744)</translation>
+    </message>
+    <message>
+        <source>Apple Notes is not running and could not be started (-600)</source>
+        <translation>Apple Notizen läuft nicht und konnte nicht gestartet werden (-600)</translation>
+    </message>
+    <message>
+        <source>the connection to Apple Notes was lost (-609)</source>
+        <translation>die Verbindung zu Apple Notizen ist abgerissen (-609)</translation>
+    </message>
+    <message>
+        <source>Apple Notes did not answer in time (-1712)</source>
+        <translation>Apple Notizen hat nicht rechtzeitig geantwortet (-1712)</translation>
+    </message>
+    <message>
+        <source>this Apple Notes does not understand the check (%1)</source>
+        <translation>dieses Apple Notizen versteht die Prüfung nicht (%1)</translation>
+    </message>
+    <message>
+        <source>Apple Notes reported an error</source>
+        <translation>Apple Notizen hat einen Fehler gemeldet</translation>
+    </message>
+    <message>
+        <source>No folders or notes could be read.</source>
+        <translation>Es konnten keine Ordner oder Notizen gelesen werden.</translation>
+    </message>
+    <message>
+        <source>Velloran asks Apple Notes through osascript, which macOS keeps at /usr/bin/osascript. VELLORAN_OSASCRIPT, when set, names the program to use instead.</source>
+        <translation>Velloran fragt Apple Notizen über osascript, das macOS unter /usr/bin/osascript bereithält. VELLORAN_OSASCRIPT nennt, wenn gesetzt, stattdessen das zu verwendende Programm.</translation>
+    </message>
+    <message>
+        <source>To grant it</source>
+        <translation>So erlaubst du es</translation>
+    </message>
+    <message>
+        <source>Open System Settings → Privacy &amp; Security → Automation → Velloran → Notes and switch Notes on.</source>
+        <translation>Öffne Systemeinstellungen → Datenschutz &amp; Sicherheit → Automation → Velloran → Notizen und schalte Notizen ein.</translation>
+    </message>
+    <message>
+        <source>If Velloran is not listed there, have macOS ask again: tccutil reset AppleEvents %1</source>
+        <translation>Wenn Velloran dort nicht aufgeführt ist, lass macOS erneut fragen: tccutil reset AppleEvents %1</translation>
+    </message>
+    <message>
+        <source>Then check again.</source>
+        <translation>Prüfe dann erneut.</translation>
+    </message>
+    <message>
+        <source>couldn&apos;t read the record of the last export: %1</source>
+        <translation>die Aufzeichnung des letzten Exports konnte nicht gelesen werden: %1</translation>
+    </message>
+    <message>
+        <source>couldn&apos;t record the export: %1</source>
+        <translation>der Export konnte nicht aufgezeichnet werden: %1</translation>
+    </message>
+    <message numerus="yes">
+        <source>Updated (%n)</source>
+        <translation>
+            <numerusform>Aktualisiert (%n)</numerusform>
+            <numerusform>Aktualisiert (%n)</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n notes had not changed since the last export and were left alone.</source>
+        <translation>
+            <numerusform>%n Notiz war seit dem letzten Export unverändert und blieb unangetastet.</numerusform>
+            <numerusform>%n Notizen waren seit dem letzten Export unverändert und blieben unangetastet.</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>%1 — kept your edits; the new version is %2</source>
+        <translation>%1 — deine Änderungen bleiben erhalten; die neue Version ist %2</translation>
+    </message>
+    <message numerus="yes">
+        <source>Kept your edits (%n)</source>
+        <translation>
+            <numerusform>Deine Änderungen behalten (%n)</numerusform>
+            <numerusform>Deine Änderungen behalten (%n)</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>No longer in Apple Notes — files left alone (%n)</source>
+        <translation>
+            <numerusform>Nicht mehr in Apple Notizen — Dateien unangetastet (%n)</numerusform>
+            <numerusform>Nicht mehr in Apple Notizen — Dateien unangetastet (%n)</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n images saved as files.</source>
+        <translation>
+            <numerusform>%n Bild als Datei gespeichert.</numerusform>
+            <numerusform>%n Bilder als Dateien gespeichert.</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>Images kept inline (%n)</source>
+        <translation>
+            <numerusform>Im Text belassenes Bild (%n)</numerusform>
+            <numerusform>Im Text belassene Bilder (%n)</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>Links to notes outside the export (%n)</source>
+        <translation>
+            <numerusform>Link auf eine Notiz außerhalb des Exports (%n)</numerusform>
+            <numerusform>Links auf Notizen außerhalb des Exports (%n)</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>This version of Notes does not give the notes’ dates: the files were written without them.</source>
+        <translation>Diese Version von Apple Notizen gibt die Daten der Notizen nicht heraus: Die Dateien wurden ohne sie geschrieben.</translation>
+    </message>
+    <message>
+        <source>Already in Apple Notes — will be skipped</source>
+        <translation>Schon in Apple Notizen – wird übersprungen</translation>
+    </message>
+    <message>
+        <source>Will be created</source>
+        <translation>Wird erstellt</translation>
+    </message>
+    <message>
+        <source>Not checked whether it is already in Apple Notes</source>
+        <translation>Nicht geprüft, ob sie schon in Apple Notizen ist</translation>
+    </message>
+    <message>
+        <source>%1 → renamed from “%2”</source>
+        <translation>%1 → umbenannt von „%2“</translation>
+    </message>
+    <message>
+        <source>Folder: %1</source>
+        <translation>Ordner: %1</translation>
+    </message>
+    <message>
+        <source>Will fail: %1</source>
+        <translation>Wird fehlschlagen: %1</translation>
+    </message>
+    <message>
+        <source>Image attached: %1</source>
+        <translation>Bild angehängt: %1</translation>
+    </message>
+    <message>
+        <source>Image not attached: %1 — %2</source>
+        <translation>Bild nicht angehängt: %1 – %2</translation>
+    </message>
+    <message>
+        <source>Wikilink becomes underlined text: %1</source>
+        <translation>Wikilink wird zu unterstrichenem Text: %1</translation>
+    </message>
+    <message>
+        <source>Tables preserved as real Notes tables</source>
+        <translation>Tabellen bleiben echte Notizen-Tabellen</translation>
+    </message>
+    <message>
+        <source>Dry run: nothing was created</source>
+        <translation>Probelauf: Es wurde nichts erstellt</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n notes to create</source>
+        <translation>
+            <numerusform>%n Notiz wird erstellt</numerusform>
+            <numerusform>%n Notizen werden erstellt</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n already in Apple Notes (skipped)</source>
+        <translation>
+            <numerusform>%n schon in Apple Notizen (übersprungen)</numerusform>
+            <numerusform>%n schon in Apple Notizen (übersprungen)</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n notes to migrate</source>
+        <translation>
+            <numerusform>%n Notiz zu übertragen</numerusform>
+            <numerusform>%n Notizen zu übertragen</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Apple Notes couldn&apos;t be read, so it is unknown which notes are already there (they would be skipped): %1</source>
+        <translation>Apple Notizen konnte nicht gelesen werden, daher ist unbekannt, welche Notizen schon dort sind (sie würden übersprungen): %1</translation>
+    </message>
+    <message numerus="yes">
+        <source>Couldn&apos;t be read — will be listed as failed (%n)</source>
+        <translation>
+            <numerusform>Nicht lesbar – wird als fehlgeschlagen aufgeführt (%n)</numerusform>
+            <numerusform>Nicht lesbar – werden als fehlgeschlagen aufgeführt (%n)</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>web images are not downloaded</source>
+        <translation>Bilder aus dem Web werden nicht heruntergeladen</translation>
+    </message>
+    <message>
+        <source>not found on disk</source>
+        <translation>nicht auf der Festplatte gefunden</translation>
     </message>
 </context>
 <context>

@@ -15,6 +15,18 @@
         <source>Choose a different folder</source>
         <translation type="unfinished"></translation>
     </message>
+    <message>
+        <source>Hide details</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Show details</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Checking Apple Notes…</source>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 <context>
     <name>DirectionPickerView</name>
@@ -120,6 +132,34 @@ to clean .md files</source>
         <source>Export to Markdown</source>
         <translation type="unfinished"></translation>
     </message>
+    <message>
+        <source>Warning</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Options</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Save images as files</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Keep dates</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Links between notes</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Headings from Notes’ styles</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Update a previous export</source>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 <context>
     <name>ExportResultView</name>
@@ -129,6 +169,41 @@ to clean .md files</source>
     </message>
     <message>
         <source>Done</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Stopped</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Finished with issues</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Complete</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>PermissionPanel</name>
+    <message>
+        <source>Asking Apple Notes…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Granted</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Warning</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Check again</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Continue</source>
         <translation type="unfinished"></translation>
     </message>
 </context>
@@ -142,6 +217,10 @@ to clean .md files</source>
         <source>Stop</source>
         <translation type="unfinished"></translation>
     </message>
+    <message>
+        <source>%1% done</source>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 <context>
     <name>ReportView</name>
@@ -151,6 +230,18 @@ to clean .md files</source>
     </message>
     <message>
         <source>Done</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Stopped</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Finished with issues</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Complete</source>
         <translation type="unfinished"></translation>
     </message>
 </context>
@@ -651,6 +742,319 @@ to clean .md files</source>
     </message>
     <message>
         <source>cannot make a working folder: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Check that Velloran can reach Apple Notes: whether osascript is there, whether Automation for Notes is granted (and if not, where to grant it and how to be asked again), and how many folders and notes Notes shows. Reads nothing but those numbers. Exit status: 0 all is well, 1 otherwise.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Export with Notes’ heading styles turned into Markdown headings, as export --headings does</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>How images held in a note are written: inline (the default), or files, each saved once into an &quot;attachments&quot; subfolder beside the note and linked by its relative path</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Keep dates: write each note&apos;s creation and modification dates as frontmatter, and give its file the note&apos;s modification time</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Turn links to other notes into wiki links, [[Title]], to their exported files (also on with --images files); links to notes outside the export are kept and listed</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Turn Notes’ Title, Heading and Subheading styles into Markdown headings (#, ##, ###)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Update a previous export into DEST: rewrite the files of notes that changed, unless you edited them (the new version is then written beside), and list notes gone from Notes</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Create nothing: list, note by note, the Notes folder, the final title, the images attached and not attached, the wikilinks, the tables, and whether the note is already in Apple Notes (checked when Apple Notes can be read). With --json, as JSON</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>the image data could not be decoded</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>the image holds no data</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>couldn&apos;t save the image: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>the record of the previous export is damaged</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>This version of Notes does not give the notes’ ids, so a previous export cannot be updated. Export without “Update a previous export”.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Velloran can reach Apple Notes</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>osascript is missing</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Velloran may not control Apple Notes</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Apple Notes did not answer</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 — found</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 — not found</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 — could not be started: %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>osascript</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>granted</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>refused (-1743)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>not checked: asking Notes needs osascript</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>not known: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>osascript said: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Automation for Notes</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>unexpected answer: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Velloran is not allowed to control Notes (-1743)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>macOS would have to ask you first, and could not ask now (-1744)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Apple Notes is not running and could not be started (-600)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>the connection to Apple Notes was lost (-609)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Apple Notes did not answer in time (-1712)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>this Apple Notes does not understand the check (%1)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Apple Notes reported an error</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>No folders or notes could be read.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Velloran asks Apple Notes through osascript, which macOS keeps at /usr/bin/osascript. VELLORAN_OSASCRIPT, when set, names the program to use instead.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>To grant it</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Open System Settings → Privacy &amp; Security → Automation → Velloran → Notes and switch Notes on.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>If Velloran is not listed there, have macOS ask again: tccutil reset AppleEvents %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Then check again.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>couldn&apos;t read the record of the last export: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>couldn&apos;t record the export: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>Updated (%n)</source>
+        <translation>
+            <numerusform>Updated (%n)</numerusform>
+            <numerusform>Updated (%n)</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n notes had not changed since the last export and were left alone.</source>
+        <translation>
+            <numerusform>%n note had not changed since the last export and was left alone.</numerusform>
+            <numerusform>%n notes had not changed since the last export and were left alone.</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>%1 — kept your edits; the new version is %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>Kept your edits (%n)</source>
+        <translation>
+            <numerusform>Kept your edits (%n)</numerusform>
+            <numerusform>Kept your edits (%n)</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>No longer in Apple Notes — files left alone (%n)</source>
+        <translation>
+            <numerusform>No longer in Apple Notes — files left alone (%n)</numerusform>
+            <numerusform>No longer in Apple Notes — files left alone (%n)</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n images saved as files.</source>
+        <translation>
+            <numerusform>%n image saved as a file.</numerusform>
+            <numerusform>%n images saved as files.</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>Images kept inline (%n)</source>
+        <translation>
+            <numerusform>Image kept inline (%n)</numerusform>
+            <numerusform>Images kept inline (%n)</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>Links to notes outside the export (%n)</source>
+        <translation>
+            <numerusform>Link to a note outside the export (%n)</numerusform>
+            <numerusform>Links to notes outside the export (%n)</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>This version of Notes does not give the notes’ dates: the files were written without them.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Already in Apple Notes — will be skipped</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Will be created</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Not checked whether it is already in Apple Notes</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 → renamed from “%2”</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Folder: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Will fail: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Image attached: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Image not attached: %1 — %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Wikilink becomes underlined text: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Tables preserved as real Notes tables</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Dry run: nothing was created</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>%n notes to create</source>
+        <translation>
+            <numerusform>%n note to create</numerusform>
+            <numerusform>%n notes to create</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n already in Apple Notes (skipped)</source>
+        <translation>
+            <numerusform>%n already in Apple Notes (skipped)</numerusform>
+            <numerusform>%n already in Apple Notes (skipped)</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n notes to migrate</source>
+        <translation>
+            <numerusform>%n note to migrate</numerusform>
+            <numerusform>%n notes to migrate</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Apple Notes couldn&apos;t be read, so it is unknown which notes are already there (they would be skipped): %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>Couldn&apos;t be read — will be listed as failed (%n)</source>
+        <translation>
+            <numerusform>Couldn&apos;t be read — will be listed as failed (%n)</numerusform>
+            <numerusform>Couldn&apos;t be read — will be listed as failed (%n)</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>web images are not downloaded</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>not found on disk</source>
         <translation type="unfinished"></translation>
     </message>
 </context>
