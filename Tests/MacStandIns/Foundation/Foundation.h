@@ -27,7 +27,8 @@ __attribute__((objc_root_class))
 - (BOOL)containsString:(NSString *)string;
 @end
 
-typedef struct {
+typedef struct
+{
     unsigned long state;
     id __unsafe_unretained *itemsPtr;
     unsigned long *mutationsPtr;
