@@ -102,6 +102,47 @@ private slots:
     void init() { fixture = std::make_unique<NotesFixture>(); }
     void cleanup() { fixture.reset(); }
 
+    // Images saved as files and links between notes, updated: an unchanged note keeps its image file and
+    // its text, and a renamed note keeps its file, which the links to it go on naming.
+    void imagesAndLinksSurviveAnUpdate()
+    {
+        const QByteArray library = R"({"folders": [{"name": "Work", "notes": [
+            {"name": "Trip", "id": "note-trip", "body": "<div>Trip</div><div><img src='data:image/png;base64,iVBORw0KGgo='/></div><div>See <a href='applenotes:note/note-plan'>the plan</a></div>"},
+            {"name": "Plan", "id": "note-plan", "body": "<div>Plan</div><div>Step one</div>"}]}]})";
+        fixture->seed(library);
+        const QStringList arguments { u"export"_s, u"--images"_s, u"files"_s, u"--update"_s, out() };
+        TestUtil::CliResult r = runCli(arguments);
+        QCOMPARE(r.exitCode, 0);
+        QCOMPARE(r.out, QByteArray("Export complete\n2 notes written · 1 folder\n\n1 image saved as a file.\n"));
+        const QStringList files { u".velloran/export.json"_s, u"Work/Plan.md"_s, u"Work/Trip.md"_s,
+            u"Work/attachments/Trip 1.png"_s };
+        QCOMPARE(filesBelow(out()), files);
+        const QByteArray trip("# Trip\n\nTrip\n![](attachments/Trip%201.png)\nSee [[Plan]]\n");
+        QCOMPARE(readFile(out() + u"/Work/Trip.md"_s), trip);
+        QCOMPARE(readFile(out() + u"/Work/attachments/Trip 1.png"_s), QByteArray::fromBase64("iVBORw0KGgo="));
+
+        r = runCli(arguments);
+        QCOMPARE(r.exitCode, 0);
+        QCOMPARE(r.out,
+            QByteArray("Export complete\n0 notes written · 1 folder\n\n0 images saved as files.\n\n"
+                       "2 notes had not changed since the last export and were left alone.\n"));
+        QCOMPARE(filesBelow(out()), files);
+
+        fixture->seed(QByteArray(library).replace(
+            R"("name": "Plan", "id": "note-plan", "body": "<div>Plan</div><div>Step one</div>")",
+            R"("name": "Plan B", "id": "note-plan", "modified": "2024-05-01T10:00:00", )"
+            R"("body": "<div>Plan B</div><div>Step two</div>")"));
+        r = runCli(arguments);
+        QCOMPARE(r.exitCode, 0);
+        QCOMPARE(r.out,
+            QByteArray("Export complete\n1 note written · 1 folder\n\n0 images saved as files.\n\n"
+                       "Updated (1)\n  Work/Plan.md\n\n"
+                       "1 note had not changed since the last export and was left alone.\n"));
+        QCOMPARE(filesBelow(out()), files);
+        QCOMPARE(readFile(out() + u"/Work/Plan.md"_s), QByteArray("# Plan B\n\nPlan B\nStep two\n"));
+        QCOMPARE(readFile(out() + u"/Work/Trip.md"_s), trip);
+    }
+
     void datesAsFrontmatterAndFileTime()
     {
         fixture->seed(firstLibrary);
