@@ -475,6 +475,8 @@ QCoro::QmlTask Exporter::exportFolders(const QStringList &selectedFolders, const
     return exportNotes(selectedFolders, to);
 }
 
+// One coroutine from the first read to the result, a little over the usual length: the run's stop signal,
+// its run folder and the published state live in this frame for the whole run.
 QCoro::Task<> Exporter::exportNotes(QStringList selectedFolders, QUrl to)
 {
     Q_ASSERT(QThread::currentThread() == thread());
@@ -501,23 +503,18 @@ QCoro::Task<> Exporter::exportNotes(QStringList selectedFolders, QUrl to)
     reads.withDates = m_exportOptions.needsIdsAndDates();
     reads.refuseWithoutIds = m_exportOptions.update;
     QCoro::Task<std::optional<QString>> reading = readForExport(folder, stop, selectedFolders, reads, self);
-    const std::optional<QString> readFailure = co_await reading;
+    std::optional<QString> readFailure = co_await reading;
     if (!self)
         co_return;
+    // An update needs the notes' ids; without them nothing is written.
+    if (!readFailure && reads.datesUnavailable && m_exportOptions.update)
+        readFailure = QCoreApplication::translate("Velloran",
+            "This version of Notes does not give the notes’ ids, so a previous export cannot be updated. "
+            "Export without “Update a previous export”.");
     if (readFailure) {
         setErrorMessage(*readFailure);
         NotesExporter::Result failure;
         failure.failed.append({ QCoreApplication::translate("Velloran", "(reading Apple Notes)"), *readFailure });
-        endWith(std::move(failure));
-        co_return;
-    }
-    if (reads.datesUnavailable && m_exportOptions.update) {
-        const QString refusal = QCoreApplication::translate("Velloran",
-            "This version of Notes does not give the notes’ ids, so a previous export cannot be updated. "
-            "Export without “Update a previous export”.");
-        setErrorMessage(refusal);
-        NotesExporter::Result failure;
-        failure.failed.append({ QCoreApplication::translate("Velloran", "(reading Apple Notes)"), refusal });
         endWith(std::move(failure));
         co_return;
     }
