@@ -75,6 +75,8 @@ struct UpdateSummary
     Q_PROPERTY(QList<std::pair<QString, QString>> keptEdits MEMBER keptEdits)
     Q_PROPERTY(QStringList gone MEMBER gone)
 
+    friend bool operator==(const UpdateSummary &, const UpdateSummary &) = default;
+
 public:
     /// The files (relative to the destination) rewritten in place with a note's new version.
     QStringList updated;
@@ -86,8 +88,6 @@ public:
     /// The files of notes that the last export wrote and that are no longer in their Notes folder; left
     /// alone.
     QStringList gone;
-
-    friend bool operator==(const UpdateSummary &, const UpdateSummary &) = default;
 };
 
 /// The outcome of one export run.

@@ -24,33 +24,9 @@ GradientIcon::GradientIcon(QQuickItem *parent)
     : QQuickPaintedItem(parent)
 {
     setAntialiasing(true);
-}
-
-void GradientIcon::setSource(const QUrl &source)
-{
-    if (source == m_source)
-        return;
-    m_source = source;
-    emit sourceChanged();
-    update();
-}
-
-void GradientIcon::setTopColor(const QColor &color)
-{
-    if (color == m_top)
-        return;
-    m_top = color;
-    emit topColorChanged();
-    update();
-}
-
-void GradientIcon::setBottomColor(const QColor &color)
-{
-    if (color == m_bottom)
-        return;
-    m_bottom = color;
-    emit bottomColorChanged();
-    update();
+    for (const auto changed :
+        { &GradientIcon::sourceChanged, &GradientIcon::topColorChanged, &GradientIcon::bottomColorChanged })
+        connect(this, changed, this, [this] { update(); });
 }
 
 void GradientIcon::paint(QPainter *painter)
