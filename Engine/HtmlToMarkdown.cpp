@@ -510,16 +510,11 @@ public:
             return;
         }
         m_held.append(std::move(token));
-        switch (step()) {
-        case Shape::open:
-            return;
-        case Shape::heading:
+        // A paragraph still open keeps its tokens held.
+        if (const Shape shape = step(); shape == Shape::heading)
             renderHeading();
-            return;
-        case Shape::broken:
+        else if (shape == Shape::broken)
             release();
-            return;
-        }
     }
 
     /// Hands on what is still held: the input ended inside a paragraph.
