@@ -152,7 +152,7 @@ void addExportOptionFlags(CLI::App &exportRun, NotesExporter::ExportOptions &opt
     exportRun.add_flag("--note-links", options.noteLinks,
         CliIo::helpText(QT_TRANSLATE_NOOP("Velloran",
             "Turn links to other notes into wiki links, [[Title]], to their exported files (also on with --images "
-            "files); links to notes outside the export are kept and listed")));
+            "files or --dates); links to notes outside the export are kept and listed")));
     exportRun.add_flag("--headings", options.headings,
         CliIo::helpText(QT_TRANSLATE_NOOP(
             "Velloran", "Turn Notes’ Title, Heading and Subheading styles into Markdown headings (#, ##, ###)")));

@@ -764,8 +764,8 @@ to clean .md files</source>
         <translation>Daten behalten: Erstellungs- und Änderungsdatum jeder Notiz als Frontmatter schreiben und der Datei die Änderungszeit der Notiz geben</translation>
     </message>
     <message>
-        <source>Turn links to other notes into wiki links, [[Title]], to their exported files (also on with --images files); links to notes outside the export are kept and listed</source>
-        <translation>Macht Links auf andere Notizen zu Wiki-Links, [[Titel]], auf deren exportierte Dateien (auch mit --images files an); Links auf Notizen außerhalb des Exports bleiben erhalten und werden aufgelistet</translation>
+        <source>Turn links to other notes into wiki links, [[Title]], to their exported files (also on with --images files or --dates); links to notes outside the export are kept and listed</source>
+        <translation>Macht Links auf andere Notizen zu Wiki-Links, [[Titel]], auf deren exportierte Dateien (auch mit --images files oder --dates an); Links auf Notizen außerhalb des Exports bleiben erhalten und werden aufgelistet</translation>
     </message>
     <message>
         <source>Turn Notes’ Title, Heading and Subheading styles into Markdown headings (#, ##, ###)</source>

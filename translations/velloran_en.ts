@@ -761,7 +761,7 @@ to clean .md files</source>
         <translation type="unfinished"></translation>
     </message>
     <message>
-        <source>Turn links to other notes into wiki links, [[Title]], to their exported files (also on with --images files); links to notes outside the export are kept and listed</source>
+        <source>Turn links to other notes into wiki links, [[Title]], to their exported files (also on with --images files or --dates); links to notes outside the export are kept and listed</source>
         <translation type="unfinished"></translation>
     </message>
     <message>
