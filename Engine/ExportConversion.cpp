@@ -178,6 +178,13 @@ std::optional<QString> NoteConverter::saveImage(qsizetype index, const QString &
         return std::nullopt;
     }
     const QString folder = folderPath + u'/' + attachmentsFolder;
+    // Images go into a folder of the destination only: a link in its place would send them elsewhere.
+    if (QFileInfo(folder).isSymLink()) {
+        m_result.imagesKeptInline.append({ noteName,
+            QCoreApplication::translate("Velloran", "couldn't save the image: “%1” is a symbolic link")
+                .arg(attachmentsFolder) });
+        return std::nullopt;
+    }
     if (const std::optional<QString> error = createFolder(folder)) {
         m_result.imagesKeptInline.append(
             { noteName, QCoreApplication::translate("Velloran", "couldn't save the image: %1").arg(*error) });

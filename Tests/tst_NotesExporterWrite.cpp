@@ -983,6 +983,24 @@ private slots:
         QCOMPARE(imagesReferencedBy(space.path(u"F/trip (3).md"_s)), QList<QByteArray> { "webp bytes" });
     }
 
+    // An "attachments" link in the note's folder would take the images out of the destination: they stay
+    // inline, and nothing is written where it points.
+    void imagesAreNotWrittenThroughALinkedAttachmentsFolder()
+    {
+        Workspace space;
+        QVERIFY(QDir().mkpath(space.path(u"F"_s)));
+        QVERIFY(QDir().mkpath(space.path(u"elsewhere"_s)));
+        QVERIFY(QFile::link(space.path(u"elsewhere"_s), space.path(u"F/attachments"_s)));
+        const QList<NoteRecord> notes { noteWithId(u"F"_s, u"Trip"_s, dataImage(u"image/png"_s, "png"), u"p1"_s) };
+        const Result result = NotesExporter::exportNotes(notes, space.url(), {}, {}, imagesAsFiles());
+        QCOMPARE(result.written, 1);
+        QCOMPARE(result.imagesSaved, 0);
+        QCOMPARE(result.imagesKeptInline,
+            Failures({ { u"Trip"_s, u"couldn't save the image: “attachments” is a symbolic link"_s } }));
+        QCOMPARE(QDir(space.path(u"elsewhere"_s)).entryList(QDir::NoDotAndDotDot | QDir::AllEntries), QStringList());
+        QCOMPARE(readAll(space.path(u"F/Trip.md"_s)), QByteArray("# Trip\n\n![](data:image/png;base64,cG5n)\n"));
+    }
+
     void percentEncodedAndUnknownImages()
     {
         Workspace space;

@@ -1060,6 +1060,10 @@ to clean .md files</source>
         <source>not found on disk</source>
         <translation>nicht auf der Festplatte gefunden</translation>
     </message>
+    <message>
+        <source>couldn&apos;t save the image: “%1” is a symbolic link</source>
+        <translation>das Bild konnte nicht gespeichert werden: „%1“ ist ein symbolischer Link</translation>
+    </message>
 </context>
 <context>
     <name>WizardView</name>

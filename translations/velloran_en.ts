@@ -1057,6 +1057,10 @@ to clean .md files</source>
         <source>not found on disk</source>
         <translation type="unfinished"></translation>
     </message>
+    <message>
+        <source>couldn&apos;t save the image: “%1” is a symbolic link</source>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 <context>
     <name>WizardView</name>
