@@ -25,6 +25,7 @@ def load(results):
         context = context or data.get("context")
         for entry in data.get("benchmarks", []):
             runs.setdefault(entry["run_name"], []).append(entry)
+            runs.setdefault(f"{path.stem}:{entry['run_name']}", []).append(entry)
     return runs, context or {}
 
 
@@ -120,16 +121,17 @@ def comparison_rows(r, results, vault):
                  duration(scan), f"a walk that opens and reads every .md: {duration(floor)}",
                  f"{ratio(slower)} slower" if slower else "—", "≤ 2× slower", verdict(slower, lambda v: v <= 2)])
 
-    growth = r.value("BM_ScanSyntheticVault", "peak_rss_growth_MiB")
+    # From the scan's run alone: a repetition after the first finds the peak already reached.
+    growth = r.value("scan-memory:BM_ScanSyntheticVault", "peak_rss_growth_MiB")
     text_bytes, text_notes = vault_text_bytes(vault)
-    per_note = None
-    if growth is not None and text_notes:
-        per_note = (growth * 1024 * 1024 - text_bytes) / text_notes / 1024
-    rows.append(["analyze, peak memory growth", f"{text_notes} notes",
+    scanned = r.value("scan-memory:BM_ScanSyntheticVault", "notes")
+    # The whole growth counts against the goal, whether it holds text or not.
+    per_note = growth * 1024 / scanned if growth is not None and scanned else None
+    rows.append(["analyze, peak memory growth", f"{scanned:.0f} notes" if scanned else "10,000 notes",
                  "did not run" if growth is None else f"{growth:.1f} MiB",
-                 f"the notes' text: {text_bytes / 1024 / 1024:.1f} MiB ({text_bytes / max(text_notes, 1):.0f} B a note)",
-                 "—" if per_note is None else f"{per_note:.1f} KiB a note beyond the text",
-                 "< 2 KiB a note beyond the text", verdict(per_note, lambda v: v < 2)])
+                 f"the .md files' text: {text_bytes / 1024 / 1024:.1f} MiB ({text_bytes / max(text_notes, 1):.0f} B a file)",
+                 "—" if per_note is None else f"{per_note:.2f} KiB a note, all of the growth",
+                 "< 2 KiB a note beyond the text held", verdict(per_note, lambda v: v < 2)])
 
     run = r.seconds("BM_NotesBridgeRun/real_time")
     bare = r.seconds("BM_QProcessFloor/real_time")
@@ -153,8 +155,8 @@ def comparison_rows(r, results, vault):
 def growth_rows(r):
     """Time at n and 2n for the inputs that grew quadratically: linear means about 2× per doubling."""
     cases = [
-        ("render: one line of unclosed \"[\"", "BM_UnclosedBracketsOneLine/{}", (100000, 200000), "{:,} \"[\""),
-        ("render: \"[[a ![b \" repeated", "BM_UnclosedMarkersOneLine/{}", (25000, 50000), "{:,} repeats"),
+        ("render: one line of unclosed \"[\"", "BM_UnclosedBracketsOneLine/{}", (131072, 262144), "{:,} \"[\""),
+        ("render: \"[[a ![b \" repeated", "BM_UnclosedMarkersOneLine/{}", (32768, 65536), "{:,} repeats"),
         ("to-markdown: decimal character references", "BM_HostileNumericReferences/{}", (32768, 65536),
          "{:,} bytes"),
         ("to-markdown: hexadecimal character references", "BM_HostileHexReferences/{}", (32768, 65536),

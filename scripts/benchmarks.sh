@@ -42,9 +42,11 @@ else
     echo "reference not available on this machine (node's turndown package missing)" >"$results/turndown.txt"
 fi
 
-# The scan beside a plain read of every file; alone in its process so that its peak memory is its own.
+# The scan beside a plain read of every file, then the scan once alone in its process, so that its peak
+# memory is its own and not hidden by an earlier repetition's.
 run bench_migration scan '^BM_Scan(SyntheticVault|FloorReadEveryFile)$' "${repeated[@]}"
-run bench_migration render '^BM_ConvertCorpus$|^BM_UnclosedBracketsOneLine/(100000|200000)$|^BM_UnclosedMarkersOneLine/(25000|50000)$' \
+run bench_migration scan-memory '^BM_ScanSyntheticVault$'
+run bench_migration render '^BM_ConvertCorpus$|^BM_UnclosedBracketsOneLine/(131072|262144)$|^BM_UnclosedMarkersOneLine/(32768|65536)$' \
     "${repeated[@]}"
 run bench_hostile_html references '^BM_Hostile(Numeric|Hex)References/(32768|65536)$' "${repeated[@]}"
 run bench_export export '^BM_(ConvertCorpusHtml|ExportNotes|ExportFloorQSaveFile|ExportSameNames)'
