@@ -211,6 +211,30 @@ void BM_ExportFloorQSaveFile(benchmark::State &state)
 }
 BENCHMARK(BM_ExportFloorQSaveFile)->Unit(benchmark::kMillisecond)->Iterations(3)->UseRealTime();
 
+/// n notes of one name in one folder: every note after the first needs the next free number, "Same (2)"
+/// up to "Same (n)". Run at n and 2n: the time must double, not quadruple, with the number of notes.
+void BM_ExportSameNames(benchmark::State &state)
+{
+    const int count = int(state.range(0));
+    QList<NotesExporter::NoteRecord> notes;
+    for (int i = 0; i < count; ++i)
+        notes.append({ u"Folder"_s, u"Same"_s, u"<div>Note %1</div>"_s.arg(i) });
+    for (auto _ : state) {
+        state.PauseTiming();
+        QTemporaryDir dir;
+        state.ResumeTiming();
+        const NotesExporter::Result result = NotesExporter::exportNotes(notes, QUrl::fromLocalFile(dir.path()));
+        if (result.written != count)
+            state.SkipWithError("not every note was written");
+        state.PauseTiming();
+        dir.remove();
+        state.ResumeTiming();
+    }
+    state.SetItemsProcessed(state.iterations() * count);
+    state.SetComplexityN(count);
+}
+BENCHMARK(BM_ExportSameNames)->RangeMultiplier(2)->Range(500, 1000)->Unit(benchmark::kMillisecond)->UseRealTime();
+
 } // namespace
 
 BENCHMARK_MAIN();
