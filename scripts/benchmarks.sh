@@ -7,7 +7,7 @@
 set -euo pipefail
 
 cd "$(dirname "$0")/.."
-# shellcheck source=env.sh
+# shellcheck source=scripts/env.sh
 . scripts/env.sh
 
 nice -n 10 cmake --preset release >/dev/null
