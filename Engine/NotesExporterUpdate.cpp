@@ -103,6 +103,15 @@ struct RunWriter::State
         , result(result)
     { }
 
+    /// The previous export's entry for `note`, when this run updates that export and it wrote the note.
+    const ExportManifest::Entry *recorded(const NoteRecord &note) const
+    {
+        const auto found = previousById.constFind(note.id);
+        if (!options.update || note.id.isEmpty() || found == previousById.cend())
+            return nullptr;
+        return &previous.at(*found);
+    }
+
     QString relative(const QString &subfolder, const QString &name) const
     {
         return subfolder.isEmpty() ? name : subfolder + u'/' + name;
@@ -219,21 +228,17 @@ bool RunWriter::write(const NoteRecord &note, const QString &subfolder, const QS
     const QByteArray &bytes, RunNames &names, ClaimMethod &method)
 {
     State &state = *m_state;
-    const auto found = state.previousById.constFind(note.id);
+    const ExportManifest::Entry *entry = state.recorded(note);
     // A note's recorded file is taken once: a second note of the same id is a new one.
-    if (!state.options.update || note.id.isEmpty() || found == state.previousById.cend()
-        || state.current.contains(note.id))
+    if (!entry || state.current.contains(note.id))
         return !state.writeNew(note, subfolder, folderPath, base, bytes, names, method).isEmpty();
-    return state.update(note, state.previous.at(*found), subfolder, folderPath, base, bytes, names, method);
+    return state.update(note, *entry, subfolder, folderPath, base, bytes, names, method);
 }
 
 std::optional<QString> RunWriter::recordedFile(const NoteRecord &note) const
 {
-    const State &state = *m_state;
-    const auto found = state.previousById.constFind(note.id);
-    if (!state.options.update || note.id.isEmpty() || found == state.previousById.cend())
-        return std::nullopt;
-    return state.previous.at(*found).file;
+    const ExportManifest::Entry *entry = m_state->recorded(note);
+    return entry ? std::optional(entry->file) : std::nullopt;
 }
 
 void RunWriter::finish()
